@@ -1,0 +1,28 @@
+#include "cli/console_boot.h"
+
+#include <ostream>
+
+#include "app/library_version_check.h"
+
+namespace tavelin::cli {
+
+std::unique_ptr<ConsoleSession> BootConsole(const std::string& programFolder,
+                                            std::ostream& errors) {
+  ELM327_Info::SetProgramFolder(programFolder);
+  ELM327_Info defaults;
+  auto check = CheckLibraryVersions(defaults, programFolder,
+                                    [&](const std::string& text) { errors << text << "\n"; });
+  if (check.result < 1) {
+    if (!check.failure.empty()) errors << "device library: " << check.failure << "\n";
+    return nullptr;
+  }
+  auto session = std::make_unique<ConsoleSession>(std::move(*check.libraries));
+  session->device.Param_ALL_Clear();
+  session->USB_Probe.Param_ALL_Clear();
+  session->USB_IO.Param_ALL_Clear();
+  session->USB_IO.openDevice();
+  session->USB_Probe.openDevice();
+  return session;
+}
+
+}  // namespace tavelin::cli

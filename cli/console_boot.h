@@ -1,0 +1,32 @@
+#pragma once
+#include <iosfwd>
+#include <memory>
+#include <string>
+
+#include "app/ELM327_Info.h"
+#include "devices/KVR_USB_Probe.h"
+#include "devices/USB_IO_IF.h"
+#include "devices/device_libraries.h"
+
+namespace tavelin::cli {
+
+// What the program holds after its start: the store, the libraries and the
+// two device layers with their devices opened.
+struct ConsoleSession {
+  explicit ConsoleSession(DeviceLibraries libs)
+      : libraries(std::move(libs)),
+        USB_IO(libraries.usbIo.api),
+        USB_Probe(libraries.usbProbe.api) {}
+
+  ELM327_Info device;
+  DeviceLibraries libraries;
+  USB_IO_IF USB_IO;
+  KVR_USB_Probe USB_Probe;
+};
+
+// The start of the program, as far as a console needs it: the store's
+// defaults, the library check and the device searches. Messages go to
+// `errors`; empty when the program cannot go on.
+std::unique_ptr<ConsoleSession> BootConsole(const std::string& programFolder, std::ostream& errors);
+
+}  // namespace tavelin::cli

@@ -1,0 +1,76 @@
+#include "cli/console_run.h"
+
+#include <csignal>
+
+#include "sampling/FormBG.h"
+#include "sampling/polled_event_loop.h"
+#include "sampling/run_start.h"
+
+namespace tavelin::cli {
+namespace {
+
+volatile std::sig_atomic_t g_interrupted = 0;
+
+extern "C" void OnInterrupt(int) {
+  g_interrupted = 1;
+}
+
+// Ctrl+C is the Disconnect button while this lives.
+class InterruptAsDisconnect {
+ public:
+  InterruptAsDisconnect() {
+    g_interrupted = 0;
+    struct sigaction action {};
+    action.sa_handler = OnInterrupt;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, &previous_);
+    sigaction(SIGTERM, &action, &previousTerm_);
+  }
+  ~InterruptAsDisconnect() {
+    sigaction(SIGINT, &previous_, nullptr);
+    sigaction(SIGTERM, &previousTerm_, nullptr);
+  }
+  InterruptAsDisconnect(const InterruptAsDisconnect&) = delete;
+  InterruptAsDisconnect& operator=(const InterruptAsDisconnect&) = delete;
+  bool Requested() const { return g_interrupted != 0; }
+
+ private:
+  struct sigaction previous_ {};
+  struct sigaction previousTerm_ {};
+};
+
+}  // namespace
+
+void RunSampling(ConsoleSession& session, SamplingView& view, const RunOptions& options,
+                 const std::function<void(double elapsedSeconds)>& onIdle) {
+  const Kvr100EntryPoints& clock = session.libraries.kvr100.api;
+  PolledEventLoop loop(clock.kv_timeGetTime);
+  PolledTimer timerBackView(loop, kSamplingTimerIntervalMs);
+  PolledTimer timerUsbProbe(loop, kSamplingTimerIntervalMs);
+  FormBG engine(clock, loop, timerBackView, timerUsbProbe);
+  timerBackView.OnTimer([&] { engine.TimerBackView_Timer(); });
+  timerUsbProbe.OnTimer([&] { engine.TimerUSB_Probe_Timer(); });
+  engine.device = &session.device;
+  engine.USB_IO = &session.USB_IO;
+  engine.USB_Probe = &session.USB_Probe;
+  engine.obj_Form = &view;
+
+  InterruptAsDisconnect interrupt;
+  const double connectedAt = clock.kv_timeGetTime();
+  loop.OnIdle([&] {
+    const double elapsed = (loop.Now() - connectedAt) / 1000.0;
+    const bool timeUp = options.seconds && elapsed >= *options.seconds;
+    if (view.RxFlag == 1 && (interrupt.Requested() || timeUp)) {
+      view.RxFlag = 0;  // Disconnect
+      view.TB_Status("切断");
+    }
+    onIdle(elapsed);
+  });
+
+  session.device.t_ViewCh = options.mode;
+  PrepareDevicesForRun(session.device, session.USB_IO, session.USB_Probe);
+  view.RxFlag = 1;
+  engine.start_timer();
+}
+
+}  // namespace tavelin::cli

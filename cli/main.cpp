@@ -1,0 +1,36 @@
+// tavelin-cli: the sampling engine without windows.
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "cli/monitor_command.h"
+#include "platform/program_folder.h"
+
+namespace {
+
+constexpr const char* kUsage =
+    "usage: tavelin-cli monitor [--mode 1-4] [--seconds S]\n"
+    "\n"
+    "  monitor   open the devices and show a sampling run in the terminal;\n"
+    "            Ctrl+C disconnects. Modes: 1, 2 bit LEDs, 3 digital values,\n"
+    "            4 analog values. Simulated devices: set KVR_SIMULATION to a\n"
+    "            simulation file (see docs/simulation.md).\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::vector<std::string> words(argv + 1, argv + argc);
+  if (words.empty() || words[0] == "--help" || words[0] == "-h" || words[0] == "help") {
+    (words.empty() ? std::cerr : std::cout) << kUsage;
+    return words.empty() ? 2 : 0;
+  }
+  const std::vector<std::string> args(words.begin() + 1, words.end());
+  try {
+    if (words[0] == "monitor") return tavelin::cli::RunMonitor(args, tavelin::ProgramFolder());
+  } catch (const std::exception& error) {
+    std::cerr << "tavelin-cli: " << error.what() << "\n";
+    return 1;
+  }
+  std::cerr << "tavelin-cli: unknown command '" << words[0] << "'\n\n" << kUsage;
+  return 2;
+}

@@ -1,0 +1,58 @@
+#include "cli/monitor_command.h"
+
+#include <unistd.h>
+
+#include <iostream>
+
+#include "cli/console_run.h"
+#include "cli/terminal_view.h"
+
+namespace tavelin::cli {
+namespace {
+
+constexpr double kRedrawSeconds = 0.1;
+
+// Each line cleared to its end, so a shorter line leaves nothing behind.
+std::string ClearingLineEnds(const std::string& screen) {
+  std::string out;
+  out.reserve(screen.size() + 256);
+  for (char c : screen) {
+    if (c == '\n') out += "\x1b[K";
+    out += c;
+  }
+  return out;
+}
+
+}  // namespace
+
+int RunMonitor(const std::vector<std::string>& args, const std::string& programFolder) {
+  std::string error;
+  const auto options = ParseRunOptions(args, error);
+  if (!options) {
+    std::cerr << "tavelin-cli monitor: " << error << "\n";
+    return 2;
+  }
+  auto session = BootConsole(programFolder, std::cerr);
+  if (!session) return 1;
+
+  TerminalView view(session->device, session->USB_IO, session->USB_Probe);
+  const bool terminal = isatty(STDOUT_FILENO) != 0;
+  double drawnAt = -kRedrawSeconds;
+  double lastElapsed = 0.0;
+  if (terminal) std::cout << "\x1b[?25l\x1b[2J" << std::flush;
+  RunSampling(*session, view, *options, [&](double elapsed) {
+    lastElapsed = elapsed;
+    if (!terminal || elapsed - drawnAt < kRedrawSeconds) return;
+    drawnAt = elapsed;
+    std::cout << "\x1b[H" << ClearingLineEnds(view.Render(elapsed, true)) << "\x1b[J" << std::flush;
+  });
+  if (terminal) {
+    std::cout << "\x1b[H" << ClearingLineEnds(view.Render(lastElapsed, true)) << "\x1b[J\x1b[?25h"
+              << std::flush;
+  } else {
+    std::cout << view.Render(lastElapsed, false);
+  }
+  return 0;
+}
+
+}  // namespace tavelin::cli

@@ -1,0 +1,16 @@
+#pragma once
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tavelin::cli {
+
+struct RunOptions {
+  int mode = 1;                   // display mode 1 to 4
+  std::optional<double> seconds;  // run length; none: until Ctrl+C
+};
+
+// Reads --mode N and --seconds S; a bad argument gives a message in `error`.
+std::optional<RunOptions> ParseRunOptions(const std::vector<std::string>& args, std::string& error);
+
+}  // namespace tavelin::cli

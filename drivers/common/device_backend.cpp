@@ -1,0 +1,117 @@
+#include "device_backend.h"
+
+#include <bitset>
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+#include <thread>
+#include <vector>
+
+namespace kvr {
+namespace {
+
+constexpr int kMaxChannels = 16;
+constexpr const char* kSimulationVariable = "KVR_SIMULATION";
+
+class NoHardwareBackend final : public DeviceBackend {
+ public:
+  void Rescan() override {}
+  bool Present(int) const override { return false; }
+  bool Prepared(int) const override { return false; }
+  void BeginReads() override {}
+  bool Read(int, double, int32_t*) override { return false; }
+  bool WriteSettings(int) override { return false; }
+  void Close(int) override {}
+};
+
+class SimulatedBackend final : public DeviceBackend {
+ public:
+  explicit SimulatedBackend(DeviceFamily family) : family_(family) {}
+
+  void Rescan() override {
+    const char* path = std::getenv(kSimulationVariable);
+    SimulationFile file = ReadSimulationFile(path ? path : "", family_, std::cerr);
+    readTimeUs_ = file.readTimeUs;
+    std::vector<Device> next(kMaxChannels);
+    for (auto& line : file.devices) {
+      Device& old = devices_[line.channel];
+      Device& device = next[line.channel];
+      if (old.line.source && old.line.text == line.text) {
+        device = std::move(old);  // still plugged in: keeps its place in a script
+      } else {
+        device.line = std::move(line);
+      }
+    }
+    devices_ = std::move(next);
+  }
+
+  bool Present(int channel) const override {
+    const Device* device = Find(channel);
+    return device != nullptr && !device->Gone();
+  }
+
+  bool Prepared(int channel) const override {
+    const Device* device = Find(channel);
+    return device != nullptr && (device->line.prepared || written_.test(channel));
+  }
+
+  void BeginReads() override {
+    if (readTimeUs_ > 0) std::this_thread::sleep_for(std::chrono::microseconds(readTimeUs_));
+  }
+
+  bool Read(int channel, double nowMs, int32_t* out) override {
+    Device* device = Find(channel);
+    if (device == nullptr || device->Gone()) return false;
+    ++device->reads;
+    device->line.source->Read(nowMs, out);
+    return true;
+  }
+
+  bool WriteSettings(int channel) override {
+    if (!Present(channel)) return false;
+    written_.set(channel);
+    return true;
+  }
+
+  void Close(int) override {}
+
+ private:
+  struct Device {
+    SimulatedDeviceLine line;
+    std::int64_t reads = 0;
+    bool Gone() const { return line.vanishAfterReads && reads >= *line.vanishAfterReads; }
+  };
+
+  const Device* Find(int channel) const {
+    if (channel < 0 || channel >= kMaxChannels || !devices_[channel].line.source) return nullptr;
+    return &devices_[channel];
+  }
+  Device* Find(int channel) {
+    return const_cast<Device*>(static_cast<const SimulatedBackend*>(this)->Find(channel));
+  }
+
+  DeviceFamily family_;
+  std::vector<Device> devices_ = std::vector<Device>(kMaxChannels);
+  std::bitset<kMaxChannels> written_;
+  int readTimeUs_ = 0;
+};
+
+}  // namespace
+
+DeviceBackend& SelectBackend(DeviceFamily family) {
+  static NoHardwareBackend hardware;
+  static SimulatedBackend simulated(family);
+  if (std::getenv(kSimulationVariable) != nullptr) return simulated;
+  return hardware;
+}
+
+std::unique_ptr<DeviceBackend> MakeSimulatedBackend(DeviceFamily family) {
+  return std::make_unique<SimulatedBackend>(family);
+}
+
+double SteadyMilliseconds() {
+  using namespace std::chrono;
+  return duration<double, std::milli>(steady_clock::now().time_since_epoch()).count();
+}
+
+}  // namespace kvr

@@ -1,0 +1,39 @@
+#pragma once
+#include <cstdint>
+#include <memory>
+
+#include "simulation_file.h"
+
+namespace kvr {
+
+// What stands behind a library's entry points: the devices plugged in now.
+// Devices are known by their channel number, as the modules carry it.
+class DeviceBackend {
+ public:
+  virtual ~DeviceBackend() = default;
+  // Looks afresh at what is plugged in.
+  virtual void Rescan() = 0;
+  virtual bool Present(int channel) const = 0;
+  // Carries this system's settings: written once by setting_write_USBIO.
+  virtual bool Prepared(int channel) const = 0;
+  // Called once per read of all devices, before the first device is read.
+  virtual void BeginReads() = 0;
+  // One read of a device into out (1 value for USB-IO, 6 for a probe);
+  // false when the device has gone and nothing was read.
+  virtual bool Read(int channel, double nowMs, int32_t* out) = 0;
+  virtual bool WriteSettings(int channel) = 0;
+  virtual void Close(int channel) = 0;
+};
+
+// The simulated devices of the file named by KVR_SIMULATION when it is set,
+// else the hardware (none is supported yet: nothing is found). Chosen afresh
+// at each search; the simulated backend keeps its state for the process life.
+DeviceBackend& SelectBackend(DeviceFamily family);
+
+// The simulated backend on its own, for tests of the library internals.
+std::unique_ptr<DeviceBackend> MakeSimulatedBackend(DeviceFamily family);
+
+// Milliseconds of a steady clock, read once per device read.
+double SteadyMilliseconds();
+
+}  // namespace kvr

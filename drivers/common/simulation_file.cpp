@@ -1,0 +1,247 @@
+#include "simulation_file.h"
+
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <ostream>
+#include <sstream>
+#include <stdexcept>
+
+namespace kvr {
+namespace {
+
+constexpr int kUsbIoChannels = 16;
+constexpr int kProbeChannels = 8;
+constexpr double kDefaultStepMs = 100.0;
+constexpr double kDefaultPeriodMs = 2000.0;
+
+// A fault in a line; the reader turns it into "file:line: what".
+struct LineFault : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+std::vector<std::string> Words(const std::string& line) {
+  std::vector<std::string> words;
+  std::istringstream in(line.substr(0, line.find('#')));
+  for (std::string word; in >> word;) words.push_back(word);
+  return words;
+}
+
+std::int64_t Integer(const std::string& word, std::int64_t low, std::int64_t high,
+                     const char* what) {
+  std::int64_t value = 0;
+  int base = 10;
+  const char* first = word.data();
+  const char* last = word.data() + word.size();
+  if (word.size() > 2 && word[0] == '0' && (word[1] == 'x' || word[1] == 'X')) {
+    base = 16;
+    first += 2;
+  } else if (word.size() > 2 && word[0] == '0' && (word[1] == 'b' || word[1] == 'B')) {
+    base = 2;
+    first += 2;
+  }
+  const auto result = std::from_chars(first, last, value, base);
+  if (result.ec != std::errc() || result.ptr != last) {
+    throw LineFault(std::string(what) + " '" + word + "' is not a whole number");
+  }
+  if (value < low || value > high) {
+    throw LineFault(std::string(what) + " " + word + " is outside " + std::to_string(low) + " to " +
+                    std::to_string(high));
+  }
+  return value;
+}
+
+double Milliseconds(const std::string& word, const char* what) {
+  double value = 0.0;
+  const auto result = std::from_chars(word.data(), word.data() + word.size(), value);
+  if (result.ec != std::errc() || result.ptr != word.data() + word.size() || !(value > 0.0)) {
+    throw LineFault(std::string(what) + " '" + word + "' must be a positive number of ms");
+  }
+  return value;
+}
+
+// The words of a source, after the source's name.
+class Arguments {
+ public:
+  explicit Arguments(std::vector<std::string> words) : words_(std::move(words)) {}
+  bool Empty() const { return next_ >= words_.size(); }
+  std::size_t Left() const { return words_.size() - next_; }
+  const std::string& Take() { return words_.at(next_++); }
+  double MsOr(double fallback, const char* what) {
+    return Empty() ? fallback : Milliseconds(Take(), what);
+  }
+  void ExpectEnd() const {
+    if (!Empty()) throw LineFault("unexpected '" + words_[next_] + "'");
+  }
+
+ private:
+  std::vector<std::string> words_;
+  std::size_t next_ = 0;
+};
+
+std::uint64_t SeedOf(const std::string& text) {
+  return std::hash<std::string>{}(text);
+}
+
+std::vector<Step> ReadScript(const std::filesystem::path& path, DeviceFamily family) {
+  std::ifstream in(path);
+  if (!in) throw LineFault("cannot read script " + path.string());
+  const int width = family == DeviceFamily::UsbIo ? 1 : kProbeInputs;
+  const std::int64_t high = family == DeviceFamily::UsbIo ? 255 : kAnalogFullScale;
+  std::vector<Step> steps;
+  int number = 0;
+  for (std::string line; std::getline(in, line);) {
+    ++number;
+    const auto words = Words(line);
+    if (words.empty()) continue;
+    try {
+      if (static_cast<int>(words.size()) != width) {
+        throw LineFault("a step holds " + std::to_string(width) + " value(s), this one " +
+                        std::to_string(words.size()));
+      }
+      Step step{};
+      for (int i = 0; i < width; ++i)
+        step[i] = static_cast<int32_t>(Integer(words[i], 0, high, "value"));
+      steps.push_back(step);
+    } catch (const LineFault& fault) {
+      throw LineFault(path.string() + ":" + std::to_string(number) + ": " + fault.what());
+    }
+  }
+  if (steps.empty()) throw LineFault("script " + path.string() + " holds no step");
+  return steps;
+}
+
+std::unique_ptr<SignalSource> DigitalSource(const std::string& name, Arguments& args,
+                                            const std::filesystem::path& folder,
+                                            std::uint64_t seed) {
+  if (name == "counter") return MakeCounter(args.MsOr(kDefaultStepMs, "step"));
+  if (name == "walk") return MakeWalkingBit(args.MsOr(kDefaultStepMs, "step"));
+  if (name == "random") return MakeRandomBits(args.MsOr(kDefaultStepMs, "step"), seed);
+  if (name == "square") {
+    if (args.Empty() || args.Left() > 8) throw LineFault("square takes 1 to 8 periods");
+    std::vector<double> periods;
+    while (!args.Empty()) periods.push_back(Milliseconds(args.Take(), "period"));
+    return MakeSquareWaves(std::move(periods));
+  }
+  if (name == "constant") {
+    if (args.Empty()) throw LineFault("constant needs a value");
+    return MakeConstant({static_cast<int32_t>(Integer(args.Take(), 0, 255, "value"))});
+  }
+  if (name == "script") {
+    if (args.Empty()) throw LineFault("script needs a file");
+    return MakeScript(ReadScript(folder / args.Take(), DeviceFamily::UsbIo));
+  }
+  throw LineFault("unknown USB-IO source '" + name +
+                  "' (counter, walk, square, random, constant, script)");
+}
+
+std::unique_ptr<SignalSource> AnalogSource(const std::string& name, Arguments& args,
+                                           const std::filesystem::path& folder,
+                                           std::uint64_t seed) {
+  if (name == "sine") return MakeSine(args.MsOr(kDefaultPeriodMs, "period"));
+  if (name == "ramp") return MakeRamp(args.MsOr(kDefaultPeriodMs, "period"));
+  if (name == "noise") {
+    const auto centre = args.Empty() ? 2048 : Integer(args.Take(), 0, kAnalogFullScale, "centre");
+    const auto spread = args.Empty() ? 200 : Integer(args.Take(), 0, kAnalogFullScale, "spread");
+    return MakeNoise(static_cast<int32_t>(centre), static_cast<int32_t>(spread), seed);
+  }
+  if (name == "constant") {
+    if (args.Empty() || args.Left() > kProbeInputs) throw LineFault("constant takes 1 to 6 values");
+    Step values{};
+    for (int p = 0; !args.Empty(); ++p) {
+      values[p] = static_cast<int32_t>(Integer(args.Take(), 0, kAnalogFullScale, "value"));
+    }
+    return MakeConstant(values);
+  }
+  if (name == "script") {
+    if (args.Empty()) throw LineFault("script needs a file");
+    return MakeScript(ReadScript(folder / args.Take(), DeviceFamily::Probe));
+  }
+  throw LineFault("unknown probe source '" + name + "' (sine, ramp, noise, constant, script)");
+}
+
+// Splits "... vanish-after N" off the end of a device line.
+std::optional<std::int64_t> TakeVanishAfter(std::vector<std::string>& words) {
+  if (words.size() >= 2 && words[words.size() - 2] == "vanish-after") {
+    const auto reads = Integer(words.back(), 0, INT64_MAX, "vanish-after");
+    words.resize(words.size() - 2);
+    return reads;
+  }
+  return std::nullopt;
+}
+
+SimulatedDeviceLine DeviceLine(std::vector<std::string> words, const std::string& text,
+                               DeviceFamily family, const std::filesystem::path& folder) {
+  SimulatedDeviceLine device;
+  device.text = text;
+  device.vanishAfterReads = TakeVanishAfter(words);
+  const bool usbio = family == DeviceFamily::UsbIo;
+  const std::size_t sourceAt = usbio ? 3 : 2;
+  if (words.size() <= sourceAt) {
+    throw LineFault(usbio ? "expected: usbio CHANNEL prepared|plain SOURCE ..."
+                          : "expected: probe CHANNEL SOURCE ...");
+  }
+  device.channel = static_cast<int>(
+      Integer(words[1], 0, (usbio ? kUsbIoChannels : kProbeChannels) - 1, "channel"));
+  if (usbio) {
+    if (words[2] != "prepared" && words[2] != "plain") {
+      throw LineFault("'" + words[2] + "' must be prepared or plain");
+    }
+    device.prepared = words[2] == "prepared";
+  }
+  Arguments args(std::vector<std::string>(words.begin() + sourceAt + 1, words.end()));
+  const std::string& name = words[sourceAt];
+  const auto seed = SeedOf(text);
+  device.source =
+      usbio ? DigitalSource(name, args, folder, seed) : AnalogSource(name, args, folder, seed);
+  args.ExpectEnd();
+  return device;
+}
+
+}  // namespace
+
+SimulationFile ReadSimulationFile(const std::string& path, DeviceFamily family,
+                                  std::ostream& errors) {
+  SimulationFile file;
+  const bool reportsCommonLines = family == DeviceFamily::UsbIo;
+  std::ifstream in(path);
+  if (!in) {
+    if (reportsCommonLines) errors << path << ": cannot read the simulation file\n";
+    return file;
+  }
+  const auto folder = std::filesystem::path(path).parent_path();
+  bool seen[kUsbIoChannels] = {};
+  int number = 0;
+  for (std::string line; std::getline(in, line);) {
+    ++number;
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    auto words = Words(line);
+    if (words.empty()) continue;
+    const std::string& keyword = words[0];
+    const bool mine = (keyword == "usbio" && family == DeviceFamily::UsbIo) ||
+                      (keyword == "probe" && family == DeviceFamily::Probe);
+    const bool common = keyword != "usbio" && keyword != "probe";
+    try {
+      if (keyword == "read-time-us") {
+        if (words.size() != 2) throw LineFault("expected: read-time-us MICROSECONDS");
+        file.readTimeUs = static_cast<int>(Integer(words[1], 0, 1000000, "read time"));
+      } else if (common) {
+        throw LineFault("unknown word '" + keyword + "' (usbio, probe, read-time-us)");
+      } else if (mine) {
+        auto device = DeviceLine(std::move(words), line, family, folder);
+        if (seen[device.channel]) {
+          throw LineFault("channel " + std::to_string(device.channel) + " is given twice");
+        }
+        seen[device.channel] = true;
+        file.devices.push_back(std::move(device));
+      }
+    } catch (const LineFault& fault) {
+      if (mine || (common && reportsCommonLines)) {
+        errors << path << ":" << number << ": " << fault.what() << "\n";
+      }
+    }
+  }
+  return file;
+}
+
+}  // namespace kvr

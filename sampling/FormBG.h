@@ -1,0 +1,85 @@
+#pragma once
+#include <cstdint>
+#include <string>
+
+#include "app/ELM327_Info.h"
+#include "devices/KVR_USB_Probe.h"
+#include "devices/USB_IO_IF.h"
+#include "devices/device_libraries.h"
+#include "sampling/event_pump.h"
+#include "sampling/sampling_view.h"
+
+namespace tavelin {
+
+enum class RunState { Idle, Starting, Running, Draining, Settling };
+
+const char* RunStateName(RunState state);
+
+// The status text of a run that starts with these settings.
+std::string RunStatusText(const ELM327_Info& device);
+
+// The new average of a running mean; as kr_Average computes it.
+using AverageFunction = kr_Average_fn;
+
+// One input's maximum, minimum and average, updated with its newest value.
+// Both extremes at exactly 0 mean a fresh input: the value is taken as the
+// first one, uncounted.
+void UpdateAnalysis(double value, double& maximum, double& minimum, double& average, int32_t& count,
+                    AverageFunction kr_Average);
+
+// The sampling engine: owns one sampling run from Connect to Disconnect.
+// The acquisition loop samples as fast as the devices answer and pumps
+// messages once a pass; a 30 ms timer repaints the view and keeps the
+// analysis. Everything runs on the one thread.
+class FormBG {
+ public:
+  FormBG(const Kvr100EntryPoints& kvr100, MessagePump& pump, SamplingTimer& timerBackView,
+         SamplingTimer& timerUsbProbe);
+
+  ELM327_Info* device = nullptr;
+  USB_IO_IF* USB_IO = nullptr;
+  KVR_USB_Probe* USB_Probe = nullptr;
+  SamplingView* obj_Form = nullptr;
+  double RunStartTime = 0.0;
+
+  // Runs a whole sampling run; returns when the view's RxFlag has left 1.
+  void start_timer();
+  void end_timer();
+
+  // The timers' events.
+  void TimerBackView_Timer();
+  void TimerUSB_Probe_Timer();
+
+  RunState State() const;
+
+ private:
+  enum class Side { Digital, Analog };
+
+  void DigitalSamplingLoop();
+  void AnalogSamplingLoop();
+  void SamplingLoop(Side side);
+  void ReadDevices(Side side);
+
+  void PaintBitLEDs();
+  void ShowChannelValues();
+  void ShowPinValues();
+
+  // Run logging hooks in here.
+  void PrepareRunLog() {}
+  void LogStep(double /*now*/, Side /*side*/) {}
+  void WriteLastLogFile() {}
+
+  ELM327_Info& Device() const;
+  SamplingView& View() const;
+  USB_IO_IF& UsbIo() const;
+  KVR_USB_Probe& UsbProbe() const;
+
+  Kvr100EntryPoints kvr100_;
+  MessagePump& pump_;
+  SamplingTimer& TimerBackView;
+  SamplingTimer& TimerUSB_Probe;
+  bool inStartTimer_ = false;
+  bool inLoop_ = false;
+};
+
+}  // namespace tavelin

@@ -1,0 +1,14 @@
+#include "sampling/run_start.h"
+
+namespace tavelin {
+
+void PrepareDevicesForRun(const ELM327_Info& device, USB_IO_IF& usbIo, KVR_USB_Probe& usbProbe) {
+  if (device.t_ViewCh == 4) {
+    usbProbe.Data_ALL_Clear();
+    return;
+  }
+  usbIo.Data_ALL_Clear();
+  usbIo.Data_ALL_Set(device);
+}
+
+}  // namespace tavelin

@@ -1,0 +1,12 @@
+#pragma once
+#include "app/ELM327_Info.h"
+#include "devices/KVR_USB_Probe.h"
+#include "devices/USB_IO_IF.h"
+
+namespace tavelin {
+
+// The device half of Connect: a new run starts its values and analysis
+// afresh, and the digital side takes the channel settings as they are now.
+void PrepareDevicesForRun(const ELM327_Info& device, USB_IO_IF& usbIo, KVR_USB_Probe& usbProbe);
+
+}  // namespace tavelin

@@ -1,0 +1,78 @@
+#include "app/ELM327_Info.h"
+
+#include <gtest/gtest.h>
+
+namespace tavelin {
+namespace {
+
+TEST(ELM327_Info, StartsWithTheDefaults) {
+  ELM327_Info device;
+  EXPECT_EQ(device.install_version, 111);
+  EXPECT_EQ(device.Application_title, "タヴェリン Ver1.11");
+  EXPECT_EQ(device.Application_title2, "タヴェリン");
+  EXPECT_EQ(device.kvr100_DLL_Version, "Ver1.21");
+  EXPECT_EQ(device.t_bitRate, 2);
+  EXPECT_EQ(device.t_LogSaveFormat, 1);
+  EXPECT_EQ(device.t_LogComment, "サンプリング ログ");
+  EXPECT_EQ(device.t_LogSampling, 300);
+  EXPECT_EQ(device.t_ViewCh, 1);
+  EXPECT_EQ(device.MAX_Ch, 16);
+  EXPECT_EQ(device.MAX_bit, 128);
+  EXPECT_FALSE(device.t_Hardware_Driver_Enable.has_value());
+  // Channel tables are filled up to the spare entry 16, bit tables up to 128.
+  for (int16_t c : {0, 15, 16}) {
+    EXPECT_EQ(device.usbio_StartBit(c), 1);
+    EXPECT_EQ(device.usbio_DataLength(c), 8);
+    EXPECT_EQ(device.usbio_multiply(c), 1.0);
+    EXPECT_EQ(device.usbio_round_value(c), 1);
+    EXPECT_EQ(device.usbio_Font_size(c), 20);
+    EXPECT_EQ(device.usbio_FontColor(c), 0xE0E0E0);
+    EXPECT_EQ(device.usbio_BackColor(c), 0x505050);
+  }
+  EXPECT_EQ(device.usbio_comment(0), "0Ch");
+  EXPECT_EQ(device.usbio_comment(16), "16Ch");
+  EXPECT_EQ(device.bit_LEDColor(128), 0x00FF00);
+  EXPECT_EQ(device.bit_comment(128), "");
+}
+
+TEST(ELM327_Info, ClearKeepsBitReverseAndTurnAndResetsTheRest) {
+  ELM327_Info device;
+  device.usbio_bit_reverse(3) = 1;
+  device.usbio_bit_turn(4) = 1;
+  device.usbio_StartBit(3) = 5;
+  device.bit_turn(100) = 1;
+  device.t_ViewCh = 4;
+  device.Param_ALL_Clear();
+  EXPECT_EQ(device.usbio_bit_reverse(3), 1);
+  EXPECT_EQ(device.usbio_bit_turn(4), 1);
+  EXPECT_EQ(device.usbio_StartBit(3), 1);
+  EXPECT_EQ(device.bit_turn(100), 0);
+  EXPECT_EQ(device.t_ViewCh, 1);
+}
+
+TEST(ELM327_Info, IndexOutsideATableThrowsAndTouchesNothing) {
+  ELM327_Info device;
+  EXPECT_THROW(device.usbio_StartBit(17), std::out_of_range);
+  EXPECT_THROW(device.usbio_StartBit(-1) = 3, std::out_of_range);
+  EXPECT_THROW(device.bit_LEDColor(129), std::out_of_range);
+  EXPECT_THROW(device.bit_comment(INT16_MIN), std::out_of_range);
+  EXPECT_NO_THROW(device.bit_comment(128) = "spare");
+}
+
+TEST(ELM327_Info, FillsIncludeTheirUpperBound) {
+  ELM327_Info device;
+  ELM327_Info::Arayy_ALL_Clear_long(2, 7, device.usbio_Conversion);
+  EXPECT_EQ(device.usbio_Conversion(2), 7);
+  EXPECT_EQ(device.usbio_Conversion(3), 0);
+  ELM327_Info::Arayy_ALL_Clear_ch_Comment(1, device.usbio_comment);
+  EXPECT_EQ(device.usbio_comment(1), "1Ch");
+  ELM327_Info::Arayy_ALL_Clear_long(-1, 9, device.usbio_Conversion);
+  EXPECT_EQ(device.usbio_Conversion(0), 7);
+  // A bound past the table fills what there is and then fails loudly.
+  EXPECT_THROW(ELM327_Info::Arayy_ALL_Clear_long(17, 4, device.usbio_Conversion),
+               std::out_of_range);
+  EXPECT_EQ(device.usbio_Conversion(16), 4);
+}
+
+}  // namespace
+}  // namespace tavelin

@@ -1,0 +1,32 @@
+#include "cli/run_options.h"
+
+#include <gtest/gtest.h>
+
+namespace tavelin::cli {
+namespace {
+
+TEST(RunOptions, ReadsModeAndSeconds) {
+  std::string error;
+  const auto options = ParseRunOptions({"--seconds", "2.5", "--mode", "4"}, error);
+  ASSERT_TRUE(options);
+  EXPECT_EQ(options->mode, 4);
+  EXPECT_EQ(options->seconds, 2.5);
+  const auto defaults = ParseRunOptions({}, error);
+  ASSERT_TRUE(defaults);
+  EXPECT_EQ(defaults->mode, 1);
+  EXPECT_FALSE(defaults->seconds);
+}
+
+TEST(RunOptions, RefusesBadArgumentsWithAReason) {
+  const std::vector<std::vector<std::string>> bad = {
+      {"--mode", "0"},     {"--mode", "5"},       {"--mode", "3x"}, {"--mode"},
+      {"--seconds", "-1"}, {"--seconds", "soon"}, {"--colour"}};
+  for (const auto& args : bad) {
+    std::string error;
+    EXPECT_FALSE(ParseRunOptions(args, error)) << args[0];
+    EXPECT_NE(error.find(args[0]), std::string::npos) << error;
+  }
+}
+
+}  // namespace
+}  // namespace tavelin::cli
