@@ -31,12 +31,26 @@ std::string_view WriteNumberText(double value, char (&out)[kNumberTextSize]) {
     return {out, static_cast<std::size_t>(Put(at, value < 0 ? "-Inf" : "Inf") - out)};
   }
 
-  // d.dddddddddddddde±XX
+  // Whole numbers are most of what a bench shows: print them as integers.
+  if (std::fabs(value) < 1e15 && value == std::trunc(value)) {
+    return {out, static_cast<std::size_t>(
+                     std::to_chars(out, out + kNumberTextSize, static_cast<long long>(value)).ptr -
+                     out)};
+  }
+
+  // d.ddde±XX: the shortest text that reads back as the value is the
+  // 15-digit text whenever it has 15 digits or fewer; otherwise round to 15.
   char scientific[kNumberTextSize];
-  const auto written = std::to_chars(scientific, scientific + sizeof scientific, std::fabs(value),
-                                     std::chars_format::scientific, kSignificantDigits - 1);
+  auto written = std::to_chars(scientific, scientific + sizeof scientific, std::fabs(value),
+                               std::chars_format::scientific);
   const char* mark = scientific;
   while (mark < written.ptr && *mark != 'e') ++mark;
+  if (mark - scientific > kSignificantDigits + 1) {
+    written = std::to_chars(scientific, scientific + sizeof scientific, std::fabs(value),
+                            std::chars_format::scientific, kSignificantDigits - 1);
+    mark = scientific;
+    while (mark < written.ptr && *mark != 'e') ++mark;
+  }
   int exponent = 0;
   const char* exponentText = mark + 1;
   if (exponentText < written.ptr && *exponentText == '+') ++exponentText;

@@ -11,7 +11,8 @@ constexpr int kMaxFieldLength = 128;
 
 struct BitFieldTables {
   const int32_t* HidCh;
-  int32_t channels;  // already limited to kUsbIoChannels
+  int32_t channels;        // already limited to kUsbIoChannels
+  const int32_t* rawData;  // the input byte of each channel
   const int32_t* rawBits;
   const int32_t* startBit;
   const int32_t* dataLength;
@@ -25,6 +26,9 @@ struct BitFieldTables {
 // of the raw one, then each channel's field is cut from the raw stream,
 // inverted, reversed and written back in rising channel order.
 void ProcessBitFields(const BitFieldTables& t);
+
+// Writes the eight input bits of `value` into slots [0, 8) of `slots`.
+void ExpandByte(int32_t value, int32_t* slots);
 
 // The number a field stands for, read from `bits` with its first bit most
 // significant: 0 unsigned, 1 sign and magnitude, 2 two's complement,

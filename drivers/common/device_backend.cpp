@@ -3,6 +3,7 @@
 #include <bitset>
 #include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <iostream>
 #include <thread>
 #include <vector>
@@ -107,6 +108,12 @@ DeviceBackend& SelectBackend(DeviceFamily family) {
 
 std::unique_ptr<DeviceBackend> MakeSimulatedBackend(DeviceFamily family) {
   return std::make_unique<SimulatedBackend>(family);
+}
+
+double CoarseMilliseconds() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+  return static_cast<double>(now.tv_sec) * 1000.0 + static_cast<double>(now.tv_nsec) / 1e6;
 }
 
 double SteadyMilliseconds() {

@@ -15,8 +15,8 @@ std::uint64_t SplitMix(std::uint64_t x) {
   return x ^ (x >> 31);
 }
 
-std::int64_t StepIndex(double nowMs, double stepMs) {
-  return static_cast<std::int64_t>(std::floor(nowMs / stepMs));
+std::int64_t StepIndex(double nowMs, double perStep) {
+  return static_cast<std::int64_t>(std::floor(nowMs * perStep));
 }
 
 // Fraction 0..1 of the period that pin p has reached.
@@ -27,22 +27,22 @@ double Phase(double nowMs, double periodMs, int pin) {
 
 class Counter final : public SignalSource {
  public:
-  explicit Counter(double stepMs) : stepMs_(stepMs) {}
+  explicit Counter(double stepMs) : perStep_(1.0 / stepMs) {}
   void Read(double nowMs, int32_t* out) override {
-    out[0] = static_cast<int32_t>(StepIndex(nowMs, stepMs_) & 0xFF);
+    out[0] = static_cast<int32_t>(StepIndex(nowMs, perStep_) & 0xFF);
   }
 
  private:
-  double stepMs_;
+  double perStep_;
 };
 
 class WalkingBit final : public SignalSource {
  public:
-  explicit WalkingBit(double stepMs) : stepMs_(stepMs) {}
-  void Read(double nowMs, int32_t* out) override { out[0] = 1 << (StepIndex(nowMs, stepMs_) & 7); }
+  explicit WalkingBit(double stepMs) : perStep_(1.0 / stepMs) {}
+  void Read(double nowMs, int32_t* out) override { out[0] = 1 << (StepIndex(nowMs, perStep_) & 7); }
 
  private:
-  double stepMs_;
+  double perStep_;
 };
 
 class SquareWaves final : public SignalSource {
@@ -62,14 +62,14 @@ class SquareWaves final : public SignalSource {
 
 class RandomBits final : public SignalSource {
  public:
-  RandomBits(double stepMs, std::uint64_t seed) : stepMs_(stepMs), seed_(seed) {}
+  RandomBits(double stepMs, std::uint64_t seed) : perStep_(1.0 / stepMs), seed_(seed) {}
   void Read(double nowMs, int32_t* out) override {
-    const auto step = static_cast<std::uint64_t>(StepIndex(nowMs, stepMs_));
+    const auto step = static_cast<std::uint64_t>(StepIndex(nowMs, perStep_));
     out[0] = static_cast<int32_t>(SplitMix(step ^ seed_) & 0xFF);
   }
 
  private:
-  double stepMs_;
+  double perStep_;
   std::uint64_t seed_;
 };
 

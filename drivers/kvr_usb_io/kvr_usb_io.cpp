@@ -18,7 +18,7 @@ kvr::DeviceBackend& Backend() {
 
 void StoreInput(int channel, int32_t value, int32_t* data, int32_t* bits) {
   data[channel] = value;
-  for (int k = 0; k < 8; ++k) bits[channel * 8 + k] = (value >> k) & 1;
+  kvr::ExpandByte(value, bits + channel * 8);
 }
 
 }  // namespace
@@ -45,7 +45,7 @@ KVR_EXPORT int16_t recive_USBIO(int32_t* DeviceHandle, int32_t* HidCh, int32_t m
   const int channels = kvr::ChannelCount(max_device, kvr::kUsbIoChannels);
   kvr::DeviceBackend& backend = Backend();
   backend.BeginReads();
-  const double now = kvr::SteadyMilliseconds();
+  const double now = kvr::CoarseMilliseconds();
   int16_t read = 0;
   for (int c = 0; c < channels; ++c) {
     const int device =
@@ -60,8 +60,8 @@ KVR_EXPORT int16_t recive_USBIO(int32_t* DeviceHandle, int32_t* HidCh, int32_t m
       ++read;
     }
   }
-  kvr::ProcessBitFields({HidCh, channels, USBIO_J1_Data_Bit, usbio_StartBit, usbio_DataLength,
-                         usbio_bit_reverse, usbio_bit_turn, USBIO_J1_MakeData,
+  kvr::ProcessBitFields({HidCh, channels, USBIO_J1_Data, USBIO_J1_Data_Bit, usbio_StartBit,
+                         usbio_DataLength, usbio_bit_reverse, usbio_bit_turn, USBIO_J1_MakeData,
                          USBIO_J1_MakeData_Bit});
   return read;
 }

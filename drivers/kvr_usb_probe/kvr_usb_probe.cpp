@@ -44,7 +44,7 @@ KVR_EXPORT int32_t recive_USBProbe(int32_t* DeviceHandle, int32_t* HidCh, int32_
   const int inputs = InputCount(max_input);
   kvr::DeviceBackend& backend = Backend();
   backend.BeginReads();
-  const double now = kvr::SteadyMilliseconds();
+  const double now = kvr::CoarseMilliseconds();
   int32_t read = 0;
   for (int d = 0; d < probes; ++d) {
     const int device = HidCh[d] >= 0 ? kvr::ChannelOfHandle(DeviceHandle[d], kProbeChannels) : -1;
