@@ -68,6 +68,10 @@ void RunSampling(ConsoleSession& session, SamplingView& view, const RunOptions& 
   });
 
   session.device.t_ViewCh = options.mode;
+  if (options.analysis) {
+    for (int16_t c = 0; c < kChannelEntries; ++c) session.device.usbio_analysis(c) = 1;
+    for (int16_t p = 0; p < kPinEntries; ++p) session.USB_Probe.AN_pin_analysis(p) = 1;
+  }
   PrepareDevicesForRun(session.device, session.USB_IO, session.USB_Probe);
   view.RxFlag = 1;
   engine.start_timer();

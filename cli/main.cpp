@@ -9,11 +9,12 @@
 namespace {
 
 constexpr const char* kUsage =
-    "usage: tavelin-cli monitor [--mode 1-4] [--seconds S]\n"
+    "usage: tavelin-cli monitor [--mode 1-4] [--seconds S] [--analysis]\n"
     "\n"
     "  monitor   open the devices and show a sampling run in the terminal;\n"
     "            Ctrl+C disconnects. Modes: 1, 2 bit LEDs, 3 digital values,\n"
-    "            4 analog values. Simulated devices: set KVR_SIMULATION to a\n"
+    "            4 analog values. --analysis keeps maximum, minimum and\n"
+    "            average of every input. Simulated devices: set KVR_SIMULATION to a\n"
     "            simulation file (see docs/simulation.md).\n";
 
 }  // namespace

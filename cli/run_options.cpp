@@ -18,6 +18,10 @@ std::optional<RunOptions> ParseRunOptions(const std::vector<std::string>& args,
   RunOptions options;
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& name = args[i];
+    if (name == "--analysis") {
+      options.analysis = true;
+      continue;
+    }
     if (name != "--mode" && name != "--seconds") {
       error = "unknown option '" + name + "'";
       return std::nullopt;

@@ -7,14 +7,16 @@ namespace {
 
 TEST(RunOptions, ReadsModeAndSeconds) {
   std::string error;
-  const auto options = ParseRunOptions({"--seconds", "2.5", "--mode", "4"}, error);
+  const auto options = ParseRunOptions({"--seconds", "2.5", "--analysis", "--mode", "4"}, error);
   ASSERT_TRUE(options);
   EXPECT_EQ(options->mode, 4);
+  EXPECT_TRUE(options->analysis);
   EXPECT_EQ(options->seconds, 2.5);
   const auto defaults = ParseRunOptions({}, error);
   ASSERT_TRUE(defaults);
   EXPECT_EQ(defaults->mode, 1);
   EXPECT_FALSE(defaults->seconds);
+  EXPECT_FALSE(defaults->analysis);
 }
 
 TEST(RunOptions, RefusesBadArgumentsWithAReason) {
