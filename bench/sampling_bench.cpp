@@ -74,7 +74,8 @@ void TimerTickMode3(benchmark::State& state) {
   PolledEventLoop loop(bench.libraries.kvr100.api.kv_timeGetTime);
   PolledTimer timerBackView(loop, kSamplingTimerIntervalMs);
   PolledTimer timerUsbProbe(loop, kSamplingTimerIntervalMs);
-  FormBG engine(bench.libraries.kvr100.api, loop, timerBackView, timerUsbProbe);
+  FormBG engine(bench.libraries.kvr100.api, loop, timerBackView, timerUsbProbe,
+                SystemLogEnvironment(std::filesystem::temp_directory_path().string()));
   KeepingView view;
   engine.device = &bench.device;
   engine.USB_IO = &bench.usbIo;

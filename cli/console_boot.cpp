@@ -2,6 +2,7 @@
 
 #include <ostream>
 
+#include "app/excel_check.h"
 #include "app/library_version_check.h"
 
 namespace tavelin::cli {
@@ -16,12 +17,13 @@ std::unique_ptr<ConsoleSession> BootConsole(const std::string& programFolder,
     if (!check.failure.empty()) errors << "device library: " << check.failure << "\n";
     return nullptr;
   }
-  auto session = std::make_unique<ConsoleSession>(std::move(*check.libraries));
+  auto session = std::make_unique<ConsoleSession>(programFolder, std::move(*check.libraries));
   session->device.Param_ALL_Clear();
   session->USB_Probe.Param_ALL_Clear();
   session->USB_IO.Param_ALL_Clear();
   session->USB_IO.openDevice();
   session->USB_Probe.openDevice();
+  CheckExcelInstalled(session->device);
   return session;
 }
 

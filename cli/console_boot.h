@@ -13,11 +13,13 @@ namespace tavelin::cli {
 // What the program holds after its start: the store, the libraries and the
 // two device layers with their devices opened.
 struct ConsoleSession {
-  explicit ConsoleSession(DeviceLibraries libs)
-      : libraries(std::move(libs)),
+  ConsoleSession(std::string folder, DeviceLibraries libs)
+      : programFolder(std::move(folder)),
+        libraries(std::move(libs)),
         USB_IO(libraries.usbIo.api),
         USB_Probe(libraries.usbProbe.api) {}
 
+  std::string programFolder;
   ELM327_Info device;
   DeviceLibraries libraries;
   USB_IO_IF USB_IO;
@@ -25,7 +27,8 @@ struct ConsoleSession {
 };
 
 // The start of the program, as far as a console needs it: the store's
-// defaults, the library check and the device searches. Messages go to
+// defaults, the library check, the device searches and the look for the
+// workbook application. Messages go to
 // `errors`; empty when the program cannot go on.
 std::unique_ptr<ConsoleSession> BootConsole(const std::string& programFolder, std::ostream& errors);
 

@@ -2,7 +2,7 @@
 
 #include <csignal>
 
-#include "sampling/FormBG.h"
+#include "logging/log_names.h"
 #include "sampling/polled_event_loop.h"
 #include "sampling/run_start.h"
 
@@ -41,13 +41,31 @@ class InterruptAsDisconnect {
 
 }  // namespace
 
-void RunSampling(ConsoleSession& session, SamplingView& view, const RunOptions& options,
-                 const std::function<void(double elapsedSeconds)>& onIdle) {
+void ApplyRunOptions(const RunOptions& options, ConsoleSession& session) {
+  ELM327_Info& device = session.device;
+  device.t_ViewCh = options.mode;
+  if (options.analysis) {
+    for (int16_t c = 0; c < kChannelEntries; ++c) device.usbio_analysis(c) = 1;
+    for (int16_t p = 0; p < kPinEntries; ++p) session.USB_Probe.AN_pin_analysis(p) = 1;
+  }
+  if (options.samplingMs) device.t_LogSampling = *options.samplingMs;
+  if (options.folder) {
+    device.t_LogSaveFilePath_mode = 2;
+    device.t_LogSaveFilePath = *options.folder;
+  }
+  if (options.comment) device.t_LogComment = *options.comment;
+  if (options.subFolder) device.t_LogSave_subFolder = 1;
+}
+
+RunSummary RunSampling(
+    ConsoleSession& session, SamplingView& view, const RunOptions& options,
+    const std::function<void(double elapsedSeconds, const FormBG& engine)>& onIdle) {
   const Kvr100EntryPoints& clock = session.libraries.kvr100.api;
   PolledEventLoop loop(clock.kv_timeGetTime);
   PolledTimer timerBackView(loop, kSamplingTimerIntervalMs);
   PolledTimer timerUsbProbe(loop, kSamplingTimerIntervalMs);
-  FormBG engine(clock, loop, timerBackView, timerUsbProbe);
+  FormBG engine(clock, loop, timerBackView, timerUsbProbe,
+                SystemLogEnvironment(session.programFolder));
   timerBackView.OnTimer([&] { engine.TimerBackView_Timer(); });
   timerUsbProbe.OnTimer([&] { engine.TimerUSB_Probe_Timer(); });
   engine.device = &session.device;
@@ -64,17 +82,15 @@ void RunSampling(ConsoleSession& session, SamplingView& view, const RunOptions& 
       view.RxFlag = 0;  // Disconnect
       view.TB_Status("切断");
     }
-    onIdle(elapsed);
+    onIdle(elapsed, engine);
   });
 
-  session.device.t_ViewCh = options.mode;
-  if (options.analysis) {
-    for (int16_t c = 0; c < kChannelEntries; ++c) session.device.usbio_analysis(c) = 1;
-    for (int16_t p = 0; p < kPinEntries; ++p) session.USB_Probe.AN_pin_analysis(p) = 1;
-  }
+  ApplyRunOptions(options, session);
   PrepareDevicesForRun(session.device, session.USB_IO, session.USB_Probe);
   view.RxFlag = 1;
   engine.start_timer();
+  return {(clock.kv_timeGetTime() - connectedAt) / 1000.0, engine.Excel_DB.RowsLogged(),
+          engine.Excel_DB.FilesWritten()};
 }
 
 }  // namespace tavelin::cli

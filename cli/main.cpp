@@ -4,18 +4,26 @@
 #include <vector>
 
 #include "cli/monitor_command.h"
+#include "cli/record_command.h"
 #include "platform/program_folder.h"
 
 namespace {
 
 constexpr const char* kUsage =
     "usage: tavelin-cli monitor [--mode 1-4] [--seconds S] [--analysis]\n"
+    "       tavelin-cli record [--mode 1-4] [--seconds S] [--analysis] [--sampling MS]\n"
+    "                          [--folder DIR] [--comment TEXT] [--subfolder]\n"
     "\n"
     "  monitor   open the devices and show a sampling run in the terminal;\n"
     "            Ctrl+C disconnects. Modes: 1, 2 bit LEDs, 3 digital values,\n"
     "            4 analog values. --analysis keeps maximum, minimum and\n"
-    "            average of every input. Simulated devices: set KVR_SIMULATION to a\n"
-    "            simulation file (see docs/simulation.md).\n";
+    "            average of every input.\n"
+    "  record    a logged sampling run without a window, for S seconds or until\n"
+    "            Ctrl+C; writes csv logs as the settings say (by default into the\n"
+    "            program's folder; --folder DIR writes there).\n"
+    "\n"
+    "Simulated devices: set KVR_SIMULATION to a simulation file\n"
+    "(see docs/simulation.md).\n";
 
 }  // namespace
 
@@ -28,6 +36,7 @@ int main(int argc, char** argv) {
   const std::vector<std::string> args(words.begin() + 1, words.end());
   try {
     if (words[0] == "monitor") return tavelin::cli::RunMonitor(args, tavelin::ProgramFolder());
+    if (words[0] == "record") return tavelin::cli::RunRecord(args, tavelin::ProgramFolder());
   } catch (const std::exception& error) {
     std::cerr << "tavelin-cli: " << error.what() << "\n";
     return 1;

@@ -27,7 +27,7 @@ std::string ClearingLineEnds(const std::string& screen) {
 
 int RunMonitor(const std::vector<std::string>& args, const std::string& programFolder) {
   std::string error;
-  const auto options = ParseRunOptions(args, error);
+  const auto options = ParseRunOptions(args, false, error);
   if (!options) {
     std::cerr << "tavelin-cli monitor: " << error << "\n";
     return 2;
@@ -40,7 +40,7 @@ int RunMonitor(const std::vector<std::string>& args, const std::string& programF
   double drawnAt = -kRedrawSeconds;
   double lastElapsed = 0.0;
   if (terminal) std::cout << "\x1b[?25l\x1b[2J" << std::flush;
-  RunSampling(*session, view, *options, [&](double elapsed) {
+  RunSampling(*session, view, *options, [&](double elapsed, const FormBG&) {
     lastElapsed = elapsed;
     if (!terminal || elapsed - drawnAt < kRedrawSeconds) return;
     drawnAt = elapsed;

@@ -1,4 +1,5 @@
 #pragma once
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,9 +10,17 @@ struct RunOptions {
   int mode = 1;                   // display mode 1 to 4
   std::optional<double> seconds;  // run length; none: until Ctrl+C
   bool analysis = false;          // keep maximum, minimum and average of every input
+  // Log settings of a recording, over the stored ones.
+  std::optional<int32_t> samplingMs;
+  std::optional<std::string> folder;
+  std::optional<std::string> comment;
+  bool subFolder = false;
 };
 
-// Reads --mode N, --seconds S and --analysis; a bad argument gives a message in `error`.
-std::optional<RunOptions> ParseRunOptions(const std::vector<std::string>& args, std::string& error);
+// Reads --mode N, --seconds S and --analysis, and with `recording` also
+// --sampling MS, --folder DIR, --comment TEXT and --subfolder. A bad
+// argument gives a message in `error`.
+std::optional<RunOptions> ParseRunOptions(const std::vector<std::string>& args, bool recording,
+                                          std::string& error);
 
 }  // namespace tavelin::cli

@@ -83,9 +83,22 @@ void UpdateAnalysis(double value, double& maximum, double& minimum, double& aver
   average = kr_Average(average, value, count, 3);
 }
 
+namespace {
+
+LogEnvironment WithYield(LogEnvironment environment, MessagePump& pump) {
+  if (!environment.yield) environment.yield = [&pump] { pump.DoEvents(); };
+  return environment;
+}
+
+}  // namespace
+
 FormBG::FormBG(const Kvr100EntryPoints& kvr100, MessagePump& pump, SamplingTimer& timerBackView,
-               SamplingTimer& timerUsbProbe)
-    : kvr100_(kvr100), pump_(pump), TimerBackView(timerBackView), TimerUSB_Probe(timerUsbProbe) {}
+               SamplingTimer& timerUsbProbe, LogEnvironment logEnvironment)
+    : Excel_DB(WithYield(std::move(logEnvironment), pump)),
+      kvr100_(kvr100),
+      pump_(pump),
+      TimerBackView(timerBackView),
+      TimerUSB_Probe(timerUsbProbe) {}
 
 ELM327_Info& FormBG::Device() const {
   return Required(device, "device");
@@ -164,6 +177,50 @@ void FormBG::ReadDevices(Side side) {
     UsbProbe().ReciveData();
     UsbProbe().DataCalculation();
   }
+}
+
+void FormBG::PrepareRunLog() {
+  Excel_DB.Param_ALL_Clear();
+  Excel_DB.objExcel = View().objExcel;
+  FolderName.clear();
+  FileName_No.clear();
+  FileName_Date.clear();
+  LastSampleTime = 0.0;
+  // Also with logging off: the folder and the header are made all the same.
+  if (Device().t_LogSave_subFolder == 1) Excel_DB.Get_SubFolder_Name(Device(), FolderName);
+  Excel_DB.csv_DB_Initialize(0, USB_Probe, UsbIo(), Device());
+}
+
+void FormBG::LogStep(double now, Side side) {
+  if (now - LastSampleTime < Device().t_LogSampling) return;
+  LastSampleTime = now;  // a late row shifts those after it; none is made up
+  const double now_time = LastSampleTime - RunStartTime;
+  if (side == Side::Digital) {
+    Excel_DB.Excel_DataInput(UsbIo(), Device(), now_time);
+  } else {
+    Excel_DB.Excel_AN_DataInput(UsbProbe(), UsbIo(), Device(), now_time);
+  }
+  if (Excel_DB.Excel_DB_ArayyCounter > Excel_DB.Excel_DB_ArayyCounter_MAX) {
+    // The counter goes to 0 before the write, so this file holds the header alone.
+    Excel_DB.Excel_DB_ArayyCounter = 0;
+    if (Excel_DB.Excel_DB_ArayyCh == 1) {
+      WriteLogFile(1);
+      Excel_DB.Excel_DB_ArayyCh = 2;
+    } else {
+      WriteLogFile(2);
+      Excel_DB.Excel_DB_ArayyCh = 1;
+    }
+  }
+}
+
+void FormBG::WriteLastLogFile() {
+  if (Device().t_LogSave_Enable != 1) return;
+  WriteLogFile(Excel_DB.Excel_DB_ArayyCh == 1 ? 1 : 2);
+}
+
+void FormBG::WriteLogFile(int32_t Output_ch) {
+  Excel_DB.Excel_DataOutput(Output_ch, USB_Probe, UsbIo(), Device(), FileName_Date, FileName_No,
+                            FolderName);
 }
 
 void FormBG::TimerBackView_Timer() {

@@ -6,6 +6,8 @@
 #include "devices/KVR_USB_Probe.h"
 #include "devices/USB_IO_IF.h"
 #include "devices/device_libraries.h"
+#include "logging/Excel_OutputDB.h"
+#include "logging/log_environment.h"
 #include "sampling/event_pump.h"
 #include "sampling/sampling_view.h"
 
@@ -33,14 +35,23 @@ void UpdateAnalysis(double value, double& maximum, double& minimum, double& aver
 // analysis. Everything runs on the one thread.
 class FormBG {
  public:
+  // The log's name search yields to `pump` when the environment brings no
+  // yield of its own.
   FormBG(const Kvr100EntryPoints& kvr100, MessagePump& pump, SamplingTimer& timerBackView,
-         SamplingTimer& timerUsbProbe);
+         SamplingTimer& timerUsbProbe, LogEnvironment logEnvironment);
 
   ELM327_Info* device = nullptr;
   USB_IO_IF* USB_IO = nullptr;
   KVR_USB_Probe* USB_Probe = nullptr;
   SamplingView* obj_Form = nullptr;
   double RunStartTime = 0.0;
+
+  // The log of the run.
+  Excel_OutputDB Excel_DB;
+  std::string FileName_Date;
+  std::string FileName_No;
+  std::string FolderName;
+  double LastSampleTime = 0.0;
 
   // Runs a whole sampling run; returns when the view's RxFlag has left 1.
   void start_timer();
@@ -64,10 +75,10 @@ class FormBG {
   void ShowChannelValues();
   void ShowPinValues();
 
-  // Run logging hooks in here.
-  void PrepareRunLog() {}
-  void LogStep(double /*now*/, Side /*side*/) {}
-  void WriteLastLogFile() {}
+  void PrepareRunLog();
+  void LogStep(double now, Side side);
+  void WriteLastLogFile();
+  void WriteLogFile(int32_t Output_ch);
 
   ELM327_Info& Device() const;
   SamplingView& View() const;

@@ -1,0 +1,80 @@
+#include "cli/record_command.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <iostream>
+
+#include "cli/console_run.h"
+#include "cli/terminal_view.h"
+#include "logging/log_names.h"
+#include "platform/file_system.h"
+
+namespace tavelin::cli {
+namespace {
+
+constexpr double kProgressSeconds = 0.2;
+
+// The folder the first log file will go to must take a file: better said
+// before a long run than after it.
+void CheckLogFolder(ConsoleSession& session) {
+  const std::string base =
+      LogBaseFolder(session.device, SystemLogEnvironment(session.programFolder));
+  const std::string probe = JoinPath(base, ".tavelin-write-test-" + std::to_string(getpid()));
+  TextStream file = CreateTextFile(probe);
+  file.Close();
+  DeleteFile(probe);
+}
+
+std::string Progress(double elapsed, int64_t rows, int32_t files) {
+  char line[128];
+  std::snprintf(line, sizeof line, "\r経過 %.1f 秒   記録 %lld 行   ファイル %d   ", elapsed,
+                static_cast<long long>(rows), files);
+  return line;
+}
+
+}  // namespace
+
+int RunRecord(const std::vector<std::string>& args, const std::string& programFolder) {
+  std::string error;
+  const auto options = ParseRunOptions(args, true, error);
+  if (!options) {
+    std::cerr << "tavelin-cli record: " << error << "\n";
+    return 2;
+  }
+  auto session = BootConsole(programFolder, std::cerr);
+  if (!session) return 1;
+  if (options->folder && !FolderExists(*options->folder)) {
+    std::cerr << "tavelin-cli record: --folder: no such folder: " << *options->folder << "\n";
+    return 2;
+  }
+  session->device.t_LogSave_Enable = 1;
+  ApplyRunOptions(*options, *session);
+  try {
+    CheckLogFolder(*session);
+  } catch (const FileError& failure) {
+    std::cerr << "tavelin-cli record: " << failure.what() << "\n";
+    return 1;
+  }
+
+  TerminalView view(session->device, session->USB_IO, session->USB_Probe);
+  const bool terminal = isatty(STDERR_FILENO) != 0;
+  double shownAt = -kProgressSeconds;
+  try {
+    const RunSummary summary =
+        RunSampling(*session, view, *options, [&](double elapsed, const FormBG& engine) {
+          if (!terminal || elapsed - shownAt < kProgressSeconds) return;
+          shownAt = elapsed;
+          std::cerr << Progress(elapsed, engine.Excel_DB.RowsLogged(),
+                                engine.Excel_DB.FilesWritten())
+                    << std::flush;
+        });
+    std::cerr << Progress(summary.seconds, summary.rows, summary.files) << "\n";
+  } catch (const FileError& failure) {
+    std::cerr << "\ntavelin-cli record: " << failure.what() << "\n";
+    return 1;
+  }
+  return 0;
+}
+
+}  // namespace tavelin::cli

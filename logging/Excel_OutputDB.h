@@ -1,0 +1,89 @@
+#pragma once
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/ELM327_Info.h"
+#include "devices/KVR_USB_Probe.h"
+#include "devices/USB_IO_IF.h"
+#include "logging/StringBuilder.h"
+#include "logging/log_environment.h"
+
+namespace tavelin {
+
+class ExcelApplication;
+
+// The log writer of a sampling run: rows go to a memory buffer, and a file
+// is written at each rollover and at the end of the run. The text log is
+// csv in CP932; the spreadsheet log writes .xls.
+class Excel_OutputDB {
+ public:
+  explicit Excel_OutputDB(LogEnvironment environment);
+
+  int32_t Excel_DB_ArayyCounter = 0;
+  int32_t Excel_DB_ArayyCounter_MAX = 20000;
+  int32_t Excel_DB_ArayyCh = 1;
+  double StartTime = 0.0;
+  double hardware_information = 0.0;
+  std::shared_ptr<ExcelApplication> objExcel;
+
+  std::vector<std::string> Excel_ColumnTitle;
+  std::string csv_Header_Top;
+  std::string csv_Header_Bottom;
+  StringBuilder csv_DB1;
+  StringBuilder csv_DB2;
+
+  void Param_ALL_Clear();
+
+  // Rows: one per log tick, into the active buffer.
+  void Excel_DataInput(USB_IO_IF& USB_IO, ELM327_Info& device, double now_time);
+  void Excel_DataInput_for_bit(USB_IO_IF& USB_IO, ELM327_Info& device, double now_time);
+  void Excel_DataInput_for_ch(USB_IO_IF& USB_IO, ELM327_Info& device, double now_time);
+  void Excel_AN_DataInput(KVR_USB_Probe& USB_Probe, USB_IO_IF& USB_IO, ELM327_Info& device,
+                          double now_time);
+  void DataInput_for_bit_to_text(StringBuilder& buffer, USB_IO_IF& USB_IO, double now_time);
+  void DataInput_for_ch_to_text(StringBuilder& buffer, USB_IO_IF& USB_IO, double now_time);
+  void DataInput_for_AN_to_text(StringBuilder& buffer, KVR_USB_Probe& USB_Probe, double now_time);
+
+  // Files: buffer Output_ch (1 or 2) to a new log file.
+  void Excel_DataOutput(int32_t Output_ch, KVR_USB_Probe* USB_Probe, USB_IO_IF& USB_IO,
+                        ELM327_Info& device, std::string& FileName_Date, std::string& FileName_No,
+                        const std::string& FolderName);
+  void Excel_DataOutput_for_bit(int32_t Output_ch, KVR_USB_Probe* USB_Probe, USB_IO_IF& USB_IO,
+                                ELM327_Info& device, std::string& FileName_Date,
+                                std::string& FileName_No, const std::string& FolderName);
+  void Excel_DataOutput_for_ch(int32_t Output_ch, KVR_USB_Probe* USB_Probe, USB_IO_IF& USB_IO,
+                               ELM327_Info& device, std::string& FileName_Date,
+                               std::string& FileName_No, const std::string& FolderName);
+
+  // Headers (cmd_ch 0, at run start) or the clearing of one buffer (1, 2).
+  void csv_DB_Initialize(int32_t cmd_ch, KVR_USB_Probe* USB_Probe, USB_IO_IF& USB_IO,
+                         ELM327_Info& device);
+  void csv_DB_Initialize_for_bit(int32_t cmd_ch, USB_IO_IF& USB_IO, ELM327_Info& device);
+  void csv_DB_Initialize_for_ch(int32_t cmd_ch, USB_IO_IF& USB_IO, ELM327_Info& device);
+  void csv_DB_Initialize_for_AN(int32_t cmd_ch, KVR_USB_Probe& USB_Probe, ELM327_Info& device);
+
+  void Get_SubFolder_Name(ELM327_Info& device, std::string& FolderName);
+
+  // Rows and files this writer has made, for a progress display.
+  int64_t RowsLogged() const { return rowsLogged_; }
+  int32_t FilesWritten() const { return filesWritten_; }
+
+ private:
+  // The text branch, the same for both kinds of file.
+  void WriteTextLog(int32_t Output_ch, KVR_USB_Probe* USB_Probe, USB_IO_IF& USB_IO,
+                    ELM327_Info& device, std::string& FileName_Date, std::string& FileName_No,
+                    const std::string& FolderName);
+  // Clears buffer 1 or 2 after a file, or builds the headers for cmd_ch 0.
+  bool ClearForCommand(int32_t cmd_ch);
+  void BeginRow(double now_time);
+  void EndRow(StringBuilder& buffer);
+
+  LogEnvironment environment_;
+  std::string row_;
+  int64_t rowsLogged_ = 0;
+  int32_t filesWritten_ = 0;
+};
+
+}  // namespace tavelin

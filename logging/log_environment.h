@@ -1,0 +1,21 @@
+#pragma once
+#include <functional>
+#include <string>
+
+#include "platform/local_time.h"
+
+namespace tavelin {
+
+// What the log writer takes from around it: the local time of a write, one
+// pass of the message pump, and the two folders a log may go to.
+struct LogEnvironment {
+  std::function<LocalTime()> now;
+  std::function<void()> yield;
+  std::string programFolder;
+  std::string desktopFolder;
+};
+
+// The clock, the folders of the machine and a yield that does nothing.
+LogEnvironment SystemLogEnvironment(const std::string& programFolder);
+
+}  // namespace tavelin

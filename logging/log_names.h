@@ -1,0 +1,29 @@
+#pragma once
+#include <string>
+
+#include "app/ELM327_Info.h"
+#include "logging/log_environment.h"
+
+namespace tavelin {
+
+// The folder logs go to by t_LogSaveFilePath_mode. Mode 2 with an empty or
+// missing folder falls back to the desktop and stores it in the setting.
+std::string LogBaseFolder(ELM327_Info& device, const LogEnvironment& environment);
+
+// The comment as a folder name: line breaks dropped, characters a file name
+// cannot hold replaced by their full-width forms.
+std::string SubFolderNameOf(const std::string& comment);
+
+// Makes the run's sub folder from the comment, with "-002", "-003" … when
+// it is taken, and gives its bare name in `FolderName`.
+void GetSubFolderName(ELM327_Info& device, std::string& FolderName,
+                      const LogEnvironment& environment);
+
+// The path of the next log file: "SD" yymmddhh "-" number extension. The
+// number runs within one clock hour; `FileName_Date` and `FileName_No`
+// carry it from one write of a run to the next.
+std::string LogFilePath(ELM327_Info& device, const LocalTime& now, std::string& FileName_Date,
+                        std::string& FileName_No, const std::string& FolderName,
+                        const LogEnvironment& environment);
+
+}  // namespace tavelin

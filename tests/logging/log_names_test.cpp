@@ -1,0 +1,132 @@
+// Log folders, sub folders and file names.
+#include "logging/log_names.h"
+
+#include <gtest/gtest.h>
+
+#include "logging/log_test_support.h"
+#include "platform/file_system.h"
+
+namespace tavelin {
+namespace {
+
+namespace fs = std::filesystem;
+
+class LogNames : public ::testing::Test {
+ protected:
+  LogNames() {
+    device.t_LogSaveFormat = 2;
+    device.t_LogSaveFilePath = bench.program.Path().string();
+  }
+
+  std::string NextPath() {
+    return LogFilePath(device, bench.now, date, number, folder, environment);
+  }
+  void Touch(const std::string& path) { CreateTextFile(path).Close(); }
+
+  test::LogBench bench;
+  LogEnvironment environment = bench.Environment();
+  ELM327_Info device;
+  std::string date, number, folder;
+};
+
+TEST_F(LogNames, NumbersRunWithinAClockHourAndRestartInTheNext) {
+  const std::string base = bench.program.Path().string() + "/SD26030214-";
+  const std::string first = NextPath();
+  EXPECT_EQ(first, base + "001.csv");
+  Touch(first);
+  EXPECT_EQ(NextPath(), base + "002.csv");
+  Touch(base + "002.csv");
+  bench.now.hour = 15;
+  EXPECT_EQ(NextPath(), bench.program.Path().string() + "/SD26030215-001.csv");
+  EXPECT_EQ(date, "26030215");
+  EXPECT_EQ(bench.yields, 1);  // one per name found taken
+}
+
+TEST_F(LogNames, PastNinetyNineTheOldNumberStaysInFront) {
+  const std::string base = bench.program.Path().string() + "/SD26030214-";
+  for (int n = 1; n <= 99; ++n) {
+    char text[8];
+    std::snprintf(text, sizeof text, "%03d", n);
+    Touch(base + text + ".csv");
+  }
+  EXPECT_EQ(NextPath(), base + "099100.csv");
+  EXPECT_EQ(number, "099100");
+  EXPECT_EQ(bench.yields, 99);
+  Touch(base + "099100.csv");
+  // The next write of the hour reads 099100 as a number past 1000: no search,
+  // the file is taken over.
+  EXPECT_EQ(NextPath(), base + "099100.csv");
+  EXPECT_EQ(bench.yields, 99);
+}
+
+TEST_F(LogNames, ExtensionFollowsTheFormat) {
+  device.t_LogSaveFormat = 1;
+  EXPECT_EQ(fs::path(NextPath()).extension(), ".xls");
+  device.t_LogSaveFormat = 7;
+  EXPECT_EQ(fs::path(NextPath()).filename(), "SD26030214-001");
+}
+
+TEST_F(LogNames, BaseFolderByMode) {
+  device.t_LogSaveFilePath_mode = 1;
+  EXPECT_EQ(LogBaseFolder(device, environment), bench.desktop.Path().string());
+  device.t_LogSaveFilePath_mode = 2;
+  const std::string chosen = (bench.program.Path() / "logs").string();
+  CreateFolder(chosen);
+  device.t_LogSaveFilePath = chosen;
+  EXPECT_EQ(LogBaseFolder(device, environment), chosen);
+  fs::remove(chosen);  // deleted while the program runs
+  EXPECT_EQ(LogBaseFolder(device, environment), bench.desktop.Path().string());
+  EXPECT_EQ(device.t_LogSaveFilePath, bench.desktop.Path().string());  // and saved so
+  device.t_LogSaveFilePath_mode = 3;
+  EXPECT_EQ(LogBaseFolder(device, environment), "");
+}
+
+TEST_F(LogNames, CommentsBecomeFolderNames) {
+  EXPECT_EQ(SubFolderNameOf("a\r\nb\rc\nd"), "abcd");
+  EXPECT_EQ(SubFolderNameOf("\t\\/:*?\"<>|"), "　　￥／：＊？ ＜＞｜");
+  EXPECT_EQ(SubFolderNameOf(" 炉.  "), " 炉.  ");
+}
+
+TEST_F(LogNames, ATakenSubFolderGetsTheNextSuffix) {
+  device.t_LogComment = "試験:1";
+  for (const char* expected : {"試験：1", "試験：1-002", "試験：1-003"}) {
+    folder.clear();
+    GetSubFolderName(device, folder, environment);
+    EXPECT_EQ(folder, expected);
+    EXPECT_TRUE(FolderExists((bench.program.Path() / expected).string()));
+  }
+  // Files of the run go into its folder.
+  device.t_LogSave_subFolder = 1;
+  EXPECT_EQ(fs::path(NextPath()).parent_path(), bench.program.Path() / "試験：1-003");
+}
+
+TEST_F(LogNames, AnEmptyCommentStartsAtDash002) {
+  device.t_LogComment = "";
+  GetSubFolderName(device, folder, environment);
+  EXPECT_EQ(folder, "-002");
+  folder.clear();
+  GetSubFolderName(device, folder, environment);
+  EXPECT_EQ(folder, "-003");
+}
+
+TEST_F(LogNames, AFirstFolderIsMadeUnderTheSavedPathNotTheBase) {
+  test::TempFolder elsewhere;
+  device.t_LogSaveFilePath = elsewhere.Path().string();
+  device.t_LogComment = "run";
+  GetSubFolderName(device, folder, environment);
+  EXPECT_EQ(folder, "run");
+  EXPECT_TRUE(FolderExists((elsewhere.Path() / "run").string()));
+  // The base has no such folder, so the files stay in the plain base.
+  device.t_LogSave_subFolder = 1;
+  EXPECT_EQ(fs::path(NextPath()).parent_path(), bench.program.Path());
+}
+
+TEST_F(LogNames, AMissingBaseMakesNoFolder) {
+  environment.programFolder = (bench.program.Path() / "gone").string();
+  folder = "kept";
+  GetSubFolderName(device, folder, environment);
+  EXPECT_EQ(folder, "kept");
+}
+
+}  // namespace
+}  // namespace tavelin

@@ -1,0 +1,131 @@
+// Sampling runs that log to csv: pacing, rollover and the last file.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "logging/log_test_support.h"
+#include "support/sampling_run.h"
+
+namespace tavelin {
+namespace {
+
+namespace fs = std::filesystem;
+using test::g_now;
+using test::Simulation;
+
+class LoggedRun : public test::SamplingRun {
+ protected:
+  LoggedRun() : simulation_("usbio 0 prepared constant 3\nprobe 1 constant 9\n") {
+    device.t_LogSave_Enable = 1;
+    device.t_LogSaveFormat = 2;
+    device.t_LogSaveFilePath_mode = 0;
+    device.t_LogSampling = 10;
+  }
+
+  // The run's log files, oldest name first.
+  std::vector<std::string> Logs() const {
+    std::vector<std::string> files;
+    for (const auto& entry : fs::recursive_directory_iterator(logFolder.Path())) {
+      if (entry.is_regular_file()) files.push_back(test::ReadLog(entry.path()));
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+  }
+
+  static std::vector<std::string> Times(const std::string& log) {
+    std::vector<std::string> times;
+    const std::string marker = "\r\n";
+    for (std::size_t at = log.find(" , "); at != std::string::npos; at = log.find(" , ", at)) {
+      const std::size_t lineStart = log.rfind(marker, at) + marker.size();
+      times.push_back(log.substr(lineStart, at - lineStart));
+      at = log.find(marker, at);
+    }
+    for (auto& time : times) time.erase(0, time.find_first_not_of(' '));
+    return times;
+  }
+
+ private:
+  Simulation simulation_;
+};
+
+TEST_F(LoggedRun, RowsComeWhenThePeriodHasPassedEqualityIncluded) {
+  passMs = 5;
+  disconnectAfter = 7;
+  Run(1);
+  const auto logs = Logs();
+  ASSERT_EQ(logs.size(), 1u);
+  // The clock starts at 1000, past the period, so the first pass logs.
+  EXPECT_EQ(Times(logs[0]), (std::vector<std::string>{"0", "10", "20", "30"}));
+}
+
+TEST_F(LoggedRun, APeriodChangedDuringTheRunTakesEffectAtOnce) {
+  passMs = 5;
+  disconnectAfter = 8;
+  onPass = [&] {
+    if (passes == 3) device.t_LogSampling = 5;
+  };
+  Run(3);
+  EXPECT_EQ(Times(Logs()[0]), (std::vector<std::string>{"0", "10", "15", "20", "25", "30", "35"}));
+}
+
+TEST_F(LoggedRun, ARunStoppedAtOnceStillWritesItsOneRow) {
+  disconnectAfter = 1;
+  Run(4);
+  const auto logs = Logs();
+  ASSERT_EQ(logs.size(), 1u);
+  EXPECT_NE(logs[0].find("ch1 ：1ch\r\n"), std::string::npos);
+  EXPECT_EQ(Times(logs[0]).size(), 1u);
+  EXPECT_NE(logs[0].find(" , 9 , 0 , 0 , 0 , 0 , 0 , \r\n"), std::string::npos);
+}
+
+struct Rollover {
+  int rows;
+  std::vector<std::size_t> rowsPerFile;  // files in the order written
+};
+
+TEST_F(LoggedRun, TheRowAfterAFullBufferRollsOverAndItsFileHoldsTheHeaderAlone) {
+  const Rollover cases[] = {
+      {20000, {20000}},
+      {20001, {0, 0}},  // ended right after the rollover
+      {20002, {0, 1}},
+  };
+  for (const Rollover& c : cases) {
+    test::TempFolder folder;
+    device.t_LogSaveFilePath_mode = 2;
+    device.t_LogSaveFilePath = folder.Path().string();
+    device.t_LogSampling = 1;
+    passMs = 1;
+    passes = 0;
+    disconnectAfter = c.rows;
+    Run(1);
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder.Path())) names.push_back(entry.path());
+    std::sort(names.begin(), names.end());
+    ASSERT_EQ(names.size(), c.rowsPerFile.size()) << c.rows;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      EXPECT_EQ(Times(test::ReadLog(names[i])).size(), c.rowsPerFile[i]) << c.rows << " " << i;
+    }
+    EXPECT_EQ(engine_.Excel_DB.Excel_DB_ArayyCh, c.rows > 20000 ? 2 : 1);
+  }
+}
+
+TEST_F(LoggedRun, LoggingOffWritesNothingButStillMakesTheSubFolder) {
+  device.t_LogSave_Enable = 0;
+  device.t_LogSave_subFolder = 1;
+  device.t_LogSaveFilePath = logFolder.Path().string();
+  device.t_LogComment = "off";
+  Run(2);
+  EXPECT_TRUE(fs::is_directory(logFolder.Path() / "off"));
+  EXPECT_TRUE(Logs().empty());
+  EXPECT_NE(engine_.Excel_DB.csv_Header_Bottom.find("off"), std::string::npos);
+}
+
+TEST_F(LoggedRun, TheSpreadsheetFormatWritesNoCsv) {
+  device.t_LogSaveFormat = 1;
+  Run(1);
+  EXPECT_TRUE(Logs().empty());
+  EXPECT_EQ(view.status, "通信中　ログ出力(Excel)");
+}
+
+}  // namespace
+}  // namespace tavelin
