@@ -47,6 +47,10 @@ void ELM327_Info::Param_ALL_Clear() {
   t_LogSave_subFolder = 0;
   t_ViewCh = 1;
   MAX_Ch = 16;
+  config_reserved_text1.clear();
+  config_reserved_block = {};
+  config_reserved_long = 0;
+  config_reserved_text2.clear();
 
   Arayy_ALL_Clear_long(MAX_Ch, 1, usbio_StartBit);
   Arayy_ALL_Clear_long(MAX_Ch, 8, usbio_DataLength);

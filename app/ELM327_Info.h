@@ -1,5 +1,6 @@
 #pragma once
 #include <any>
+#include <array>
 #include <cstdint>
 #include <string>
 
@@ -55,6 +56,12 @@ class ELM327_Info {
   int32_t t_ViewCh = 0;
   int32_t MAX_Ch = 0;
   int32_t MAX_bit = 0;
+
+  // The reserved fields of config.dat, kept as read and written back.
+  std::string config_reserved_text1;
+  std::array<uint8_t, 8> config_reserved_block{};
+  int32_t config_reserved_long = 0;
+  std::string config_reserved_text2;
 
   IndexedTable<int32_t, kChannelEntries> usbio_StartBit;
   IndexedTable<int32_t, kChannelEntries> usbio_DataLength;

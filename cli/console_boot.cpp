@@ -4,6 +4,7 @@
 
 #include "app/excel_check.h"
 #include "app/library_version_check.h"
+#include "settings/FileSaveSystem.h"
 
 namespace tavelin::cli {
 
@@ -20,6 +21,10 @@ std::unique_ptr<ConsoleSession> BootConsole(const std::string& programFolder,
   auto session = std::make_unique<ConsoleSession>(programFolder, std::move(*check.libraries));
   session->device.Param_ALL_Clear();
   session->USB_Probe.Param_ALL_Clear();
+  // What the windows saved; the console reads the files and never writes them.
+  FileSaveSystem::Read_Config(session->device, programFolder);
+  FileSaveSystem::Read_ChSet(session->device, programFolder);
+  FileSaveSystem::Read_AnSet(session->USB_Probe, programFolder);
   session->USB_IO.Param_ALL_Clear();
   session->USB_IO.openDevice();
   session->USB_Probe.openDevice();

@@ -27,8 +27,8 @@ struct ConsoleSession {
 };
 
 // The start of the program, as far as a console needs it: the store's
-// defaults, the library check, the device searches and the look for the
-// workbook application. Messages go to
+// defaults, the library check, the settings files, the device searches and
+// the look for the workbook application. Messages go to
 // `errors`; empty when the program cannot go on.
 std::unique_ptr<ConsoleSession> BootConsole(const std::string& programFolder, std::ostream& errors);
 

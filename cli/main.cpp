@@ -5,6 +5,7 @@
 
 #include "cli/monitor_command.h"
 #include "cli/record_command.h"
+#include "cli/settings_command.h"
 #include "platform/program_folder.h"
 
 namespace {
@@ -13,6 +14,7 @@ constexpr const char* kUsage =
     "usage: tavelin-cli monitor [--mode 1-4] [--seconds S] [--analysis]\n"
     "       tavelin-cli record [--mode 1-4] [--seconds S] [--analysis] [--sampling MS]\n"
     "                          [--folder DIR] [--comment TEXT] [--subfolder]\n"
+    "       tavelin-cli settings [--reset]\n"
     "\n"
     "  monitor   open the devices and show a sampling run in the terminal;\n"
     "            Ctrl+C disconnects. Modes: 1, 2 bit LEDs, 3 digital values,\n"
@@ -21,6 +23,8 @@ constexpr const char* kUsage =
     "  record    a logged sampling run without a window, for S seconds or until\n"
     "            Ctrl+C; writes csv logs as the settings say (by default into the\n"
     "            program's folder; --folder DIR writes there).\n"
+    "  settings  show the settings files beside the program; --reset writes the\n"
+    "            defaults over them (the terms of use are then asked again).\n"
     "\n"
     "Simulated devices: set KVR_SIMULATION to a simulation file\n"
     "(see docs/simulation.md).\n";
@@ -37,6 +41,7 @@ int main(int argc, char** argv) {
   try {
     if (words[0] == "monitor") return tavelin::cli::RunMonitor(args, tavelin::ProgramFolder());
     if (words[0] == "record") return tavelin::cli::RunRecord(args, tavelin::ProgramFolder());
+    if (words[0] == "settings") return tavelin::cli::RunSettings(args, tavelin::ProgramFolder());
   } catch (const std::exception& error) {
     std::cerr << "tavelin-cli: " << error.what() << "\n";
     return 1;

@@ -13,7 +13,9 @@
 namespace tavelin::test {
 
 inline double g_now = 0.0;
-inline double FakeClock() { return g_now; }
+inline double FakeClock() {
+  return g_now;
+}
 
 inline Kvr100EntryPoints WithFakeClock(Kvr100EntryPoints api) {
   api.kv_timeGetTime = FakeClock;

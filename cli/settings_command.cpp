@@ -1,0 +1,106 @@
+#include "cli/settings_command.h"
+
+#include <cstdio>
+#include <iostream>
+
+#include "platform/number_text.h"
+#include "settings/FileSaveSystem.h"
+
+namespace tavelin::cli {
+namespace {
+
+using namespace FileSaveSystem;
+
+const char* ReadResultText(int32_t result) {
+  switch (result) {
+    case kRead:
+      return "read";
+    case kNoFile:
+      return "no file: defaults";
+    case kOtherVersion:
+      return "another version: deleted, defaults";
+    default:
+      return "read with an error: the fields before it apply";
+  }
+}
+
+std::string Hex(int32_t colour) {
+  char text[16];
+  std::snprintf(text, sizeof text, "%06X", static_cast<unsigned>(colour));
+  return text;
+}
+
+}  // namespace
+
+void PrintSettings(const ELM327_Info& device, const KVR_USB_Probe& USB_Probe, std::ostream& out) {
+  out << "共通設定\n"
+      << "  表示モード         " << device.t_ViewCh << "\n"
+      << "  使用許諾           " << device.t_TERMS_OF_USE << "\n"
+      << "  ログ出力           " << device.t_LogSave_Enable << " (形式 " << device.t_LogSaveFormat
+      << ": 1 xls, 2 csv)\n"
+      << "  ログ保存先         " << device.t_LogSaveFilePath_mode
+      << " (0 プログラム, 1 デスクトップ, 2 " << device.t_LogSaveFilePath << ")\n"
+      << "  サンプリング       " << device.t_LogSampling << " ms\n"
+      << "  サブフォルダ       " << device.t_LogSave_subFolder << "\n"
+      << "  コメント           " << device.t_LogComment << "\n\n"
+      << "デジタル入力 (Ch 開始 長さ 補正 a b 反転 逆順 解析 丸め 文字 色 背景 コメント)\n";
+  for (int16_t c = 0; c < 16; ++c) {
+    out << "  " << c << "  " << device.usbio_StartBit(c) << " " << device.usbio_DataLength(c) << " "
+        << device.usbio_Conversion(c) << " " << NumberText(device.usbio_multiply(c)) << " "
+        << NumberText(device.usbio_addition(c)) << " " << device.usbio_bit_turn(c) << " "
+        << device.usbio_bit_reverse(c) << " " << device.usbio_analysis(c) << " "
+        << (device.usbio_round_On(c) == 1 ? std::to_string(device.usbio_round_value(c)) : "-")
+        << " " << device.usbio_Font_size(c) << " " << Hex(device.usbio_FontColor(c)) << " "
+        << Hex(device.usbio_BackColor(c)) << " " << device.usbio_comment(c) << "\n";
+  }
+  out << "ビット (LED 色、ON/OFF反転、コメント: 既定と違うものだけ)\n";
+  for (int16_t b = 0; b < 128; ++b) {
+    if (device.bit_LEDColor(b) == 0x00FF00 && device.bit_turn(b) == 0 &&
+        device.bit_comment(b).empty()) {
+      continue;
+    }
+    out << "  b" << b << "  " << Hex(device.bit_LEDColor(b)) << " " << device.bit_turn(b) << " "
+        << device.bit_comment(b) << "\n";
+  }
+  out << "\nアナログ入力 (入力 a b 解析 丸め 文字 コメント)\n";
+  for (int16_t d = 0; d < 8; ++d) {
+    out << "  プローブ " << d << "  " << USB_Probe.AN_ch_comment(d) << "\n";
+    for (int16_t p = d * 6; p < d * 6 + 6; ++p) {
+      out << "    " << p << "  " << NumberText(USB_Probe.AN_pin_multiply(p)) << " "
+          << NumberText(USB_Probe.AN_pin_addition(p)) << " " << USB_Probe.AN_pin_analysis(p) << " "
+          << (USB_Probe.AN_pin_round_On(p) == 1 ? std::to_string(USB_Probe.AN_pin_round_value(p))
+                                                : "-")
+          << " " << USB_Probe.AN_pin_Font_size(p) << " " << USB_Probe.AN_pin_comment(p) << "\n";
+    }
+  }
+}
+
+int RunSettings(const std::vector<std::string>& args, const std::string& programFolder) {
+  const bool reset = args.size() == 1 && args[0] == "--reset";
+  if (!args.empty() && !reset) {
+    std::cerr << "tavelin-cli settings: unknown option '" << args[0] << "' (only --reset)\n";
+    return 2;
+  }
+  ELM327_Info::SetProgramFolder(programFolder);
+  ELM327_Info device;
+  KVR_USB_Probe probe{UsbProbeEntryPoints{}};
+  if (reset) {
+    const bool written = Write_Config(device, programFolder) == kWritten &&
+                         Write_ChSet(device, programFolder) == kWritten &&
+                         Write_AnSet(probe, programFolder) == kWritten;
+    if (!written) {
+      std::cerr << "tavelin-cli settings: cannot write the settings files in " << programFolder
+                << "\n";
+      return 1;
+    }
+    std::cout << "設定を既定に戻しました: " << programFolder << "\n";
+    return 0;
+  }
+  std::cout << kConfigFile << ": " << ReadResultText(Read_Config(device, programFolder)) << "\n"
+            << kChSetFile << ": " << ReadResultText(Read_ChSet(device, programFolder)) << "\n"
+            << kAnSetFile << ": " << ReadResultText(Read_AnSet(probe, programFolder)) << "\n\n";
+  PrintSettings(device, probe, std::cout);
+  return 0;
+}
+
+}  // namespace tavelin::cli

@@ -1,0 +1,50 @@
+// Writes real settings files with the program's writers, as seeds for the
+// fuzzers: the defaults, and files full of other values and Japanese text.
+#include <filesystem>
+#include <iostream>
+#include <string>
+
+#include "settings/FileSaveSystem.h"
+
+using namespace tavelin;
+namespace fs = std::filesystem;
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::cerr << "usage: seed_corpus FOLDER\n";
+    return 2;
+  }
+  const fs::path root = argv[1];
+  const auto write = [&](const std::string& name, const ELM327_Info& device,
+                         const KVR_USB_Probe& probe) {
+    for (const char* kind : {"config", "ch_set", "an_set"}) fs::create_directories(root / kind);
+    const std::string folder = (root / "tmp").string();
+    fs::create_directories(folder);
+    FileSaveSystem::Write_Config(device, folder);
+    FileSaveSystem::Write_ChSet(device, folder);
+    FileSaveSystem::Write_AnSet(probe, folder);
+    fs::rename(fs::path(folder) / FileSaveSystem::kConfigFile, root / "config" / name);
+    fs::rename(fs::path(folder) / FileSaveSystem::kChSetFile, root / "ch_set" / name);
+    fs::rename(fs::path(folder) / FileSaveSystem::kAnSetFile, root / "an_set" / name);
+    fs::remove_all(folder);
+  };
+  ELM327_Info device;
+  KVR_USB_Probe probe{UsbProbeEntryPoints{}};
+  write("defaults", device, probe);
+
+  device.t_TERMS_OF_USE = 1;
+  device.t_ViewCh = 3;
+  device.t_LogSave_Enable = 1;
+  device.t_LogSaveFilePath_mode = 2;
+  device.t_LogSaveFilePath = "/home/bench/ログ";
+  device.t_LogComment = "炉 1, 昇温試験\r\n二回目";
+  for (int16_t c = 0; c < 17; ++c) {
+    device.usbio_comment(c) = "圧力センサ" + std::to_string(c);
+    device.usbio_DataLength(c) = 16;
+    device.usbio_multiply(c) = 0.25;
+  }
+  for (int16_t b = 0; b < 129; b += 7) device.bit_comment(b) = "弁" + std::to_string(b);
+  for (int16_t p = 0; p < 49; ++p) probe.AN_pin_comment(p) = "温度" + std::to_string(p);
+  write("japanese", device, probe);
+  return 0;
+}
