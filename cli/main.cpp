@@ -14,7 +14,7 @@ constexpr const char* kUsage =
     "usage: tavelin-cli monitor [--mode 1-4] [--seconds S] [--analysis]\n"
     "       tavelin-cli record [--mode 1-4] [--seconds S] [--analysis] [--sampling MS]\n"
     "                          [--folder DIR] [--comment TEXT] [--subfolder]\n"
-    "       tavelin-cli settings [--reset]\n"
+    "       tavelin-cli settings [--reset | --view 1-4]\n"
     "\n"
     "  monitor   open the devices and show a sampling run in the terminal;\n"
     "            Ctrl+C disconnects. Modes: 1, 2 bit LEDs, 3 digital values,\n"
@@ -24,7 +24,8 @@ constexpr const char* kUsage =
     "            Ctrl+C; writes csv logs as the settings say (by default into the\n"
     "            program's folder; --folder DIR writes there).\n"
     "  settings  show the settings files beside the program; --reset writes the\n"
-    "            defaults over them (the terms of use are then asked again).\n"
+    "            defaults over them (the terms of use are then asked again);\n"
+    "            --view N changes the display mode the program opens with.\n"
     "\n"
     "Simulated devices: set KVR_SIMULATION to a simulation file\n"
     "(see docs/simulation.md).\n";

@@ -77,13 +77,28 @@ void PrintSettings(const ELM327_Info& device, const KVR_USB_Probe& USB_Probe, st
 
 int RunSettings(const std::vector<std::string>& args, const std::string& programFolder) {
   const bool reset = args.size() == 1 && args[0] == "--reset";
-  if (!args.empty() && !reset) {
-    std::cerr << "tavelin-cli settings: unknown option '" << args[0] << "' (only --reset)\n";
+  const bool view = args.size() == 2 && args[0] == "--view" && args[1].size() == 1 &&
+                    args[1][0] >= '1' && args[1][0] <= '4';
+  if (!args.empty() && !reset && !view) {
+    std::cerr << "tavelin-cli settings: use no option, --reset, or --view 1-4\n";
     return 2;
   }
   ELM327_Info::SetProgramFolder(programFolder);
   ELM327_Info device;
   KVR_USB_Probe probe{UsbProbeEntryPoints{}};
+  if (view) {
+    // Only the display mode changes; everything else stays as read.
+    Read_Config(device, programFolder);
+    device.t_ViewCh = args[1][0] - '0';
+    if (Write_Config(device, programFolder) != kWritten) {
+      std::cerr << "tavelin-cli settings: cannot write " << kConfigFile << " in " << programFolder
+                << "\n";
+      return 1;
+    }
+    std::cout << "表示モード " << device.t_ViewCh << ": " << programFolder << "/" << kConfigFile
+              << "\n";
+    return 0;
+  }
   if (reset) {
     const bool written = Write_Config(device, programFolder) == kWritten &&
                          Write_ChSet(device, programFolder) == kWritten &&

@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "devices/entry_point.h"
+
 namespace tavelin {
 namespace {
 
@@ -61,27 +63,29 @@ void KVR_USB_Probe::Data_ALL_Clear() {
 
 void KVR_USB_Probe::openDevice() {
   CheckBounds(max_device, max_DB, max_input);
-  FindDevice = api_.search_USBProbe(DeviceHandle.data(), HidCh.data(), max_device,
-                                    DeviceWork_A.data(), DeviceWork_B.data(), kUsbProbeKind);
+  FindDevice = Bound(api_.search_USBProbe, "search_USBProbe")(DeviceHandle.data(), HidCh.data(),
+                                                              max_device, DeviceWork_A.data(),
+                                                              DeviceWork_B.data(), kUsbProbeKind);
 }
 
 void KVR_USB_Probe::closeAllDevice() {
   CheckBounds(max_device, max_DB, max_input);
-  api_.close_All_USBProbe(DeviceHandle.data(), max_device);
+  Bound(api_.close_All_USBProbe, "close_All_USBProbe")(DeviceHandle.data(), max_device);
 }
 
 void KVR_USB_Probe::ReciveData() {
   CheckBounds(max_device, max_DB, max_input);
-  api_.recive_USBProbe(DeviceHandle.data(), HidCh.data(), max_device, DeviceWork_A.data(),
-                       DeviceWork_B.data(), USBProbe_AN_Data.data(), max_DB, max_input);
+  Bound(api_.recive_USBProbe, "recive_USBProbe")(DeviceHandle.data(), HidCh.data(), max_device,
+                                                 DeviceWork_A.data(), DeviceWork_B.data(),
+                                                 USBProbe_AN_Data.data(), max_DB, max_input);
 }
 
 void KVR_USB_Probe::DataCalculation() {
   CheckBounds(max_device, max_DB, max_input);
-  api_.dataCalculation_USBProbe(HidCh.data(), max_device, USBProbe_Value.data(),
-                                AN_pin_multiply.data(), AN_pin_addition.data(),
-                                AN_pin_round_On.data(), AN_pin_round_value.data(),
-                                USBProbe_AN_Data.data(), max_DB, max_input);
+  Bound(api_.dataCalculation_USBProbe, "dataCalculation_USBProbe")(
+      HidCh.data(), max_device, USBProbe_Value.data(), AN_pin_multiply.data(),
+      AN_pin_addition.data(), AN_pin_round_On.data(), AN_pin_round_value.data(),
+      USBProbe_AN_Data.data(), max_DB, max_input);
 }
 
 }  // namespace tavelin

@@ -15,7 +15,11 @@ constexpr int kPinEntries = 49;   // pins 0..47 and one spare
 // its pins, which an_set.dat stores and a re-search resets.
 class KVR_USB_Probe {
  public:
-  explicit KVR_USB_Probe(const UsbProbeEntryPoints& api);
+  explicit KVR_USB_Probe(const UsbProbeEntryPoints& api = {});
+
+  // The library's entry points, when they are known only after the clear
+  // of the start-up. A call through an entry point not bound throws.
+  void Bind(const UsbProbeEntryPoints& api) { api_ = api; }
 
   std::string Application_title2;
   std::string Copy_light2;

@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "devices/entry_point.h"
+
 namespace tavelin {
 namespace {
 
@@ -60,8 +62,9 @@ void USB_IO_IF::Data_ALL_Set(const ELM327_Info& device) {
 
 void USB_IO_IF::Search(int32_t kind) {
   CheckBounds(max_device);
-  FindDevice = api_.search_USBIO(DeviceHandle.data(), HidCh.data(), max_device, DeviceWork_A.data(),
-                                 DeviceWork_B.data(), kind);
+  FindDevice =
+      Bound(api_.search_USBIO, "search_USBIO")(DeviceHandle.data(), HidCh.data(), max_device,
+                                               DeviceWork_A.data(), DeviceWork_B.data(), kind);
 }
 
 void USB_IO_IF::openDevice() {
@@ -74,30 +77,31 @@ void USB_IO_IF::searchDevice() {
 
 void USB_IO_IF::closeAllDevice() {
   CheckBounds(max_device);
-  api_.close_All_USBIO(DeviceHandle.data(), max_device);
+  Bound(api_.close_All_USBIO, "close_All_USBIO")(DeviceHandle.data(), max_device);
 }
 
 void USB_IO_IF::ReciveData() {
   CheckBounds(max_device);
-  api_.recive_USBIO(DeviceHandle.data(), HidCh.data(), max_device, DeviceWork_A.data(),
-                    DeviceWork_B.data(), USBIO_J1_Data.data(), USBIO_J1_Data_Bit.data(),
-                    usbio_StartBit.data(), usbio_DataLength.data(), USBIO_J1_MakeData.data(),
-                    USBIO_J1_MakeData_Bit.data(), usbio_bit_reverse.data(), usbio_bit_turn.data());
+  Bound(api_.recive_USBIO, "recive_USBIO")(
+      DeviceHandle.data(), HidCh.data(), max_device, DeviceWork_A.data(), DeviceWork_B.data(),
+      USBIO_J1_Data.data(), USBIO_J1_Data_Bit.data(), usbio_StartBit.data(),
+      usbio_DataLength.data(), USBIO_J1_MakeData.data(), USBIO_J1_MakeData_Bit.data(),
+      usbio_bit_reverse.data(), usbio_bit_turn.data());
 }
 
 int32_t USB_IO_IF::setting_writeDevice() {
   CheckBounds(max_device);
-  return api_.setting_write_USBIO(DeviceHandle.data(), max_device, DeviceWork_A.data(),
-                                  DeviceWork_B.data());
+  return Bound(api_.setting_write_USBIO, "setting_write_USBIO")(
+      DeviceHandle.data(), max_device, DeviceWork_A.data(), DeviceWork_B.data());
 }
 
 void USB_IO_IF::DataCalculation() {
   CheckBounds(max_device);
-  api_.dataCalculation_USBIO(HidCh.data(), max_device, USBIO_Value.data(), usbio_multiply.data(),
-                             usbio_addition.data(), usbio_Conversion.data(), usbio_round_On.data(),
-                             usbio_round_value.data(), USBIO_J1_MakeData.data(),
-                             USBIO_J1_MakeData_Bit.data(), usbio_StartBit.data(),
-                             usbio_DataLength.data());
+  Bound(api_.dataCalculation_USBIO, "dataCalculation_USBIO")(
+      HidCh.data(), max_device, USBIO_Value.data(), usbio_multiply.data(), usbio_addition.data(),
+      usbio_Conversion.data(), usbio_round_On.data(), usbio_round_value.data(),
+      USBIO_J1_MakeData.data(), USBIO_J1_MakeData_Bit.data(), usbio_StartBit.data(),
+      usbio_DataLength.data());
 }
 
 }  // namespace tavelin

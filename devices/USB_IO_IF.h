@@ -12,7 +12,11 @@ namespace tavelin {
 // settings taken at each Connect.
 class USB_IO_IF {
  public:
-  explicit USB_IO_IF(const UsbIoEntryPoints& api);
+  explicit USB_IO_IF(const UsbIoEntryPoints& api = {});
+
+  // The library's entry points, when they are known only after the clear
+  // of the start-up. A call through an entry point not bound throws.
+  void Bind(const UsbIoEntryPoints& api) { api_ = api; }
 
   int32_t max_device = 16;
   int16_t FindDevice = 0;

@@ -277,6 +277,14 @@ void FormBG::ShowPinValues() {
   }
 }
 
+bool FormBG::TimerEnabled(bool analog) const {
+  return analog ? TimerUSB_Probe.Enabled() : TimerBackView.Enabled();
+}
+
+void FormBG::DisableTimer(bool analog) {
+  (analog ? TimerUSB_Probe : TimerBackView).SetEnabled(false);
+}
+
 RunState FormBG::State() const {
   const bool flag = obj_Form != nullptr && obj_Form->RxFlag == 1;
   const bool timerOn = TimerBackView.Enabled() || TimerUSB_Probe.Enabled();

@@ -63,6 +63,10 @@ class FormBG {
 
   RunState State() const;
 
+  // The timer of the digital or the analog side, as a view's close asks it.
+  bool TimerEnabled(bool analog) const;
+  void DisableTimer(bool analog);
+
  private:
   enum class Side { Digital, Analog };
 

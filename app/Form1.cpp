@@ -1,0 +1,182 @@
+#include "app/Form1.h"
+
+#include <QApplication>
+
+#include "app/boot_windows.h"
+#include "app/excel_check.h"
+#include "app/library_version_check.h"
+#include "dialogs/FormHelp.h"
+#include "dialogs/FormVersion.h"
+#include "logging/log_environment.h"
+#include "settings/FileSaveSystem.h"
+#include "views/channel_views.h"
+#include "views/design_units.h"
+
+namespace tavelin {
+namespace {
+
+// From its second step on, the start-up goes on past a step that fails.
+template <typename Step>
+void IgnoringErrors(Step step) {
+  try {
+    step();
+  } catch (const std::exception&) {
+    // the step is abandoned, the next one runs
+  }
+}
+
+}  // namespace
+
+Form1::Form1(BootEnvironment environment) : environment_(std::move(environment)) {
+  ELM327_Info::SetProgramFolder(environment_.programFolder);
+  device.Param_ALL_Clear();
+}
+
+Form1::~Form1() = default;
+
+bool Form1::BootRoutine() {
+  device.Param_ALL_Clear();
+  USB_Probe.Param_ALL_Clear();
+
+  const auto check =
+      CheckLibraryVersions(device, environment_.programFolder, [this](const std::string& text) {
+        Boxes().Critical(nullptr, Q(device.Application_title), Q(text));
+      });
+  if (check.result < 1) return false;
+  libraries_.emplace(std::move(*const_cast<LibraryVersionCheck&>(check).libraries));
+  USB_IO.Bind(libraries_->usbIo.api);
+  USB_Probe.Bind(libraries_->usbProbe.api);
+  timerBackView_ = std::make_unique<QtSamplingTimer>([this] { formBG_->TimerBackView_Timer(); });
+  timerUsbProbe_ = std::make_unique<QtSamplingTimer>([this] { formBG_->TimerUSB_Probe_Timer(); });
+  formBG_ =
+      std::make_unique<FormBG>(libraries_->kvr100.api, pump_, *timerBackView_, *timerUsbProbe_,
+                               SystemLogEnvironment(environment_.programFolder));
+
+  IgnoringErrors([&] { FileSaveSystem::Read_Config(device, environment_.programFolder); });
+
+  if (device.t_TERMS_OF_USE == 0) {
+    Formterms terms(device);
+    terms.setWindowTitle(Q(device.Application_title));
+    terms.show();
+    if (environment_.onConsentShown) environment_.onConsentShown(terms);
+    while (terms.isVisible()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+  }
+  if (device.t_TERMS_OF_USE != 1) {
+    Boxes().Critical(
+        nullptr, Q(device.Application_title),
+        QStringLiteral("使用許諾契約書に同意しない場合、アプリケーションは使用できません。\n"
+                       "アプリケーションを終了します。"));
+    return false;
+  }
+
+  form2_ = std::make_unique<Form2>();
+  form2_->Lb_msg->setText(QStringLiteral("デバイスの初期処理中"));
+  form2_->ProgressBar1->setValue(0);
+  form2_->show();
+  IgnoringErrors([&] { libraries_->kvr100.api.kv_timeGetTime(); });
+  IgnoringErrors([&] { FileSaveSystem::Read_ChSet(device, environment_.programFolder); });
+  IgnoringErrors([&] { FileSaveSystem::Read_AnSet(USB_Probe, environment_.programFolder); });
+  PumpWithProgress(15);
+  PumpWithProgress(45);
+  IgnoringErrors([&] {
+    USB_IO.Param_ALL_Clear();
+    USB_IO.openDevice();
+  });
+  PumpWithProgress(70);
+  IgnoringErrors([&] { USB_Probe.openDevice(); });
+  PumpWithProgress(90);
+  form2_->hide();
+  IgnoringErrors([&] { CheckExcelInstalled(device); });
+  OpenFirstView();
+  return true;
+}
+
+void Form1::PumpWithProgress(int percent) {
+  form2_->ProgressBar1->setValue(percent);
+  QCoreApplication::processEvents();
+}
+
+FormVersion& Form1::TheFormVersion() {
+  if (!formVersion_) formVersion_ = std::make_unique<FormVersion>();
+  return *formVersion_;
+}
+
+FormHelp& Form1::TheFormHelp() {
+  if (!formHelp_) formHelp_ = std::make_unique<FormHelp>();
+  return *formHelp_;
+}
+
+ViewFrame& Form1::View(int32_t mode) {
+  auto& view = views_.at(static_cast<std::size_t>(mode - 1));
+  if (!view) {
+    switch (mode) {
+      case 1:
+        view = std::make_unique<FormView_LED1>(*this);
+        break;
+      case 2:
+        view = std::make_unique<FormView_LED2>(*this);
+        break;
+      case 3:
+        view = std::make_unique<FormView_Value1>(*this);
+        break;
+      default:
+        view = std::make_unique<FormView_Value2>(*this);
+        break;
+    }
+    view->Form_Load();
+    TheFormHelp().obj_Form = view.get();
+  }
+  return *view;
+}
+
+ViewFrame* Form1::ShownView() const {
+  for (const auto& view : views_) {
+    if (view && view->isVisible()) return view.get();
+  }
+  return nullptr;
+}
+
+void Form1::OpenFirstView() {
+  if (device.t_ViewCh < 1 || device.t_ViewCh > 4) device.t_ViewCh = 1;
+  ViewFrame& view = View(device.t_ViewCh);
+  view.show();
+  if (const QScreen* screen = view.screen()) {
+    view.move(screen->availableGeometry().center() - view.rect().center());
+  }
+}
+
+void Form1::UnloadFrom(ViewFrame& closing) {
+  unloaded_ = true;
+  const auto settle = [] { QCoreApplication::processEvents(); };
+  form2_.reset();
+  settle();
+  if (formBG_) {
+    formBG_->DisableTimer(false);
+    formBG_->DisableTimer(true);
+  }
+  settle();
+  if (formVersion_) formVersion_->hide();
+  settle();
+  if (formHelp_) formHelp_->hide();
+  settle();
+  for (auto& view : views_) {
+    if (view && view.get() != &closing) {
+      view->close();
+      settle();
+    }
+  }
+  Form_QueryUnload();
+  QCoreApplication::quit();
+}
+
+void Form1::Form_QueryUnload() {
+  if (device.t_TERMS_OF_USE != 1) return;
+  IgnoringErrors([&] {
+    if (USB_IO.FindDevice > 0) USB_IO.closeAllDevice();
+  });
+  FileSaveSystem::Write_Config(device, environment_.programFolder);
+  FileSaveSystem::Write_ChSet(device, environment_.programFolder);
+  FileSaveSystem::Write_AnSet(USB_Probe, environment_.programFolder);
+}
+
+}  // namespace tavelin

@@ -1,0 +1,85 @@
+#pragma once
+#include <QPointer>
+#include <array>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "app/ELM327_Info.h"
+#include "devices/KVR_USB_Probe.h"
+#include "devices/USB_IO_IF.h"
+#include "devices/device_libraries.h"
+#include "sampling/FormBG.h"
+#include "views/message_boxes.h"
+#include "views/qt_event_pump.h"
+
+namespace tavelin {
+
+class ViewFrame;
+class Form2;
+class Formterms;
+class FormVersion;
+class FormHelp;
+
+// What the start-up takes from around it; tests answer the dialogs here.
+struct BootEnvironment {
+  std::string programFolder;
+  MessageBoxes* boxes = nullptr;
+  // Called once the consent dialog is shown; it stays until it is hidden.
+  std::function<void(Formterms&)> onConsentShown;
+};
+
+// The start object: owns the shared objects for the life of the process,
+// runs the start-up, and saves the settings when the last view closes. It
+// is no window of its own.
+class Form1 {
+ public:
+  explicit Form1(BootEnvironment environment);
+  ~Form1();
+  Form1(const Form1&) = delete;
+  Form1& operator=(const Form1&) = delete;
+
+  ELM327_Info device;
+  USB_IO_IF USB_IO;
+  KVR_USB_Probe USB_Probe;
+
+  // The start-up. False when the program ends at once (a library, or the
+  // consent refused); nothing has been written then.
+  bool BootRoutine();
+
+  FormBG& TheFormBG() { return *formBG_; }
+  MessageBoxes& Boxes() { return *environment_.boxes; }
+  const std::string& ProgramFolder() const { return environment_.programFolder; }
+  FormVersion& TheFormVersion();
+  FormHelp& TheFormHelp();
+  Form2* Splash() { return form2_.get(); }
+
+  // The view of a display mode, loaded on first use.
+  ViewFrame& View(int32_t mode);
+  ViewFrame* ShownView() const;
+  void OpenFirstView();
+
+  // The unload order, from a closing view down to this object; then the
+  // settings are written (after consent) and the program ends.
+  void UnloadFrom(ViewFrame& closing);
+  bool Unloaded() const { return unloaded_; }
+
+ private:
+  void PumpWithProgress(int percent);
+  void Form_QueryUnload();
+
+  BootEnvironment environment_;
+  std::optional<DeviceLibraries> libraries_;
+  QtMessagePump pump_;
+  std::unique_ptr<QtSamplingTimer> timerBackView_;
+  std::unique_ptr<QtSamplingTimer> timerUsbProbe_;
+  std::unique_ptr<FormBG> formBG_;
+  std::unique_ptr<Form2> form2_;
+  std::unique_ptr<FormVersion> formVersion_;
+  std::unique_ptr<FormHelp> formHelp_;
+  std::array<std::unique_ptr<ViewFrame>, 4> views_;
+  bool unloaded_ = false;
+};
+
+}  // namespace tavelin

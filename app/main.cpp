@@ -1,0 +1,54 @@
+// tavelin: the desktop program.
+#include <QApplication>
+#include <QMessageBox>
+#include <cstdlib>
+
+#include "app/Form1.h"
+#include "app/instance_lock.h"
+#include "platform/program_folder.h"
+#include "views/design_units.h"
+
+namespace {
+
+// An exception that leaves a handler: a critical box with its text, then
+// the program ends at once, without writing any settings.
+class TavelinApplication final : public QApplication {
+ public:
+  using QApplication::QApplication;
+
+  bool notify(QObject* receiver, QEvent* event) override {
+    try {
+      return QApplication::notify(receiver, event);
+    } catch (const std::exception& error) {
+      Report(QString::fromUtf8(error.what()));
+    } catch (...) {
+      Report(QStringLiteral("unknown error"));
+    }
+    return false;
+  }
+
+ private:
+  [[noreturn]] static void Report(const QString& text) {
+    QMessageBox::critical(nullptr, tavelin::Q(tavelin::identity::kTitle), text);
+    std::_Exit(EXIT_FAILURE);
+  }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  TavelinApplication app(argc, argv);
+  app.setQuitOnLastWindowClosed(false);
+  QFont font(tavelin::UiFontFamily());
+  font.setPointSizeF(9);
+  app.setFont(font);
+
+  const std::string folder = tavelin::ProgramFolder();
+  const tavelin::InstanceLock instance(folder);
+  if (!instance.Taken()) return 0;  // a second start changes nothing
+
+  tavelin::QtMessageBoxes boxes;
+  tavelin::Form1 form1({folder, &boxes, {}});
+  if (!form1.BootRoutine()) return 0;
+  return app.exec();
+}

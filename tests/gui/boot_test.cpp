@@ -1,0 +1,165 @@
+// The start-up: library checks, consent, the first view, and the settings
+// written at the end.
+#include <QtTest>
+
+#include "app/instance_lock.h"
+#include "gui_support.h"
+
+namespace tavelin::test {
+namespace {
+
+const QString kQuit = QStringLiteral("アプリケーションを終了します。");
+
+class BootTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void init() { unsetenv("KVR_SIMULATION"); }
+
+  void aMissingOrOldLibraryEndsWithItsMessage() {
+    struct Case {
+      std::map<std::string, std::string> standIns;
+      std::vector<std::string> missing;
+      QString first;
+    } cases[] = {
+        {{}, {kKvr100File}, QStringLiteral("libkvr100.so が見つかりません。")},
+        {{{kKvr100File, "kvr100_old"}},
+         {},
+         QStringLiteral("libkvr100.so のバージョンが異なります。")},
+        {{}, {kKvrUsbIoFile}, QStringLiteral("libkvr_usb_io.so が見つかりません。")},
+        {{{kKvrUsbIoFile, "kvr_usb_io_old"}},
+         {},
+         QStringLiteral("libkvr_usb_io.so のバージョンが異なります。")},
+        {{{kKvrUsbProbeFile, "kvr_usb_probe_old"}},
+         {},
+         QStringLiteral("libkvr_usb_probe.so のバージョンが異なります。")},
+    };
+    for (const Case& c : cases) {
+      ProgramFolder folder(c.standIns, c.missing);
+      SaveSettings(folder, 1);
+      std::filesystem::remove(std::filesystem::path(folder.Path()) / "config.dat");
+      const auto booted = Boot(folder);
+      QVERIFY(!booted->started);
+      QCOMPARE(booted->boxes.criticals.size(), 1);
+      const QStringList lines = booted->boxes.criticals[0].split('\n');
+      QCOMPARE(lines.size(), 3);
+      QCOMPARE(lines[0], c.first);
+      QCOMPARE(lines[2], kQuit);
+      QCOMPARE(booted->boxes.titles[0], QStringLiteral("タヴェリン Ver1.11"));
+      QVERIFY(!folder.Has("config.dat"));
+      QCOMPARE(booted->consentShown, 0);
+    }
+  }
+
+  void aLibraryThatCannotBeCalledEndsSilently() {
+    ProgramFolder withoutProbe({}, {kKvrUsbProbeFile});
+    ProgramFolder withoutEntry(
+        std::map<std::string, std::string>{{kKvr100File, "kvr100_no_average"}});
+    for (const ProgramFolder* folder : {&withoutProbe, &withoutEntry}) {
+      const auto booted = Boot(*folder);
+      QVERIFY(!booted->started);
+      QVERIFY(booted->boxes.criticals.isEmpty());
+    }
+  }
+
+  void consentGivenOpensTheFirstViewAndIsSavedAtTheEnd() {
+    ProgramFolder folder;
+    const auto booted = Boot(folder, [](Formterms& terms) {
+      QVERIFY(terms.RB_Enable[1]->isChecked());
+      QVERIFY(!terms.Bt_agree[0]->isEnabled());
+      terms.RB_Enable[0]->click();
+      QVERIFY(terms.Bt_agree[0]->isEnabled());
+      terms.Bt_agree[0]->click();
+    });
+    QVERIFY(booted->started);
+    QCOMPARE(booted->consentShown, 1);
+    ViewFrame* shown = booted->form1->ShownView();
+    QCOMPARE(shown, &booted->form1->View(1));
+    QVERIFY(!folder.Has("config.dat"));
+    shown->close();
+    QVERIFY(booted->form1->Unloaded());
+    ELM327_Info saved;
+    QCOMPARE(FileSaveSystem::Read_Config(saved, folder.Path()), FileSaveSystem::kRead);
+    QCOMPARE(saved.t_TERMS_OF_USE, 1);
+    QVERIFY(folder.Has("ch_set.dat"));
+    QVERIFY(folder.Has("an_set.dat"));
+  }
+
+  void consentRefusedOrCancelledEndsWithoutWriting() {
+    const std::function<void(Formterms&)> answers[] = {
+        [](Formterms& terms) { terms.Bt_agree[1]->click(); },
+        [](Formterms& terms) { terms.close(); },
+        [](Formterms& terms) {
+          terms.RB_Enable[0]->click();
+          terms.RB_Enable[1]->click();  // changed its mind: OK is off again
+          QVERIFY(!terms.Bt_agree[0]->isEnabled());
+          terms.Bt_agree[1]->click();
+        }};
+    for (const auto& answer : answers) {
+      ProgramFolder folder;
+      const auto booted = Boot(folder, answer);
+      QVERIFY(!booted->started);
+      QCOMPARE(booted->boxes.criticals,
+               QStringList{
+                   QStringLiteral("使用許諾契約書に同意しない場合、アプリケーションは使用できませ"
+                                  "ん。\n") +
+                   kQuit});
+      QVERIFY(!folder.Has("config.dat"));
+    }
+  }
+
+  void savedConsentSkipsTheDialogAndTheSavedViewOpens() {
+    ProgramFolder folder;
+    SaveSettings(folder, 3);
+    const auto booted = Boot(folder);
+    QVERIFY(booted->started);
+    QCOMPARE(booted->consentShown, 0);
+    QCOMPARE(booted->form1->ShownView(), &booted->form1->View(3));
+    QCOMPARE(booted->form1->ShownView()->windowTitle(),
+             QStringLiteral("タヴェリン Ver1.11　デジタル入力"));
+  }
+
+  void aViewOutsideOneToFourOpensTheFirstAndIsSavedAsOne() {
+    ProgramFolder folder;
+    SaveSettings(folder, 5);
+    const auto booted = Boot(folder);
+    QCOMPARE(booted->form1->ShownView(), &booted->form1->View(1));
+    booted->form1->ShownView()->close();
+    ELM327_Info saved;
+    FileSaveSystem::Read_Config(saved, folder.Path());
+    QCOMPARE(saved.t_ViewCh, 1);
+  }
+
+  void whatWasChangedComesBackAtTheNextStart() {
+    ProgramFolder folder;
+    SaveSettings(folder, 1);
+    Simulation simulation("usbio 0 prepared constant 1\n");
+    {
+      const auto booted = Boot(folder);
+      ViewFrame& view = *booted->form1->ShownView();
+      view.TB_LogComment->setText(QStringLiteral("炉 2 号"));
+      RunFor(view, 60);
+      view.close();
+    }
+    const auto again = Boot(folder);
+    QCOMPARE(again->form1->ShownView()->TB_LogComment->text(), QStringLiteral("炉 2 号"));
+  }
+
+  void aSecondStartFindsTheLockTaken() {
+    ProgramFolder folder;
+    InstanceLock first(folder.Path());
+    QVERIFY(first.Taken());
+    InstanceLock second(folder.Path());
+    QVERIFY(!second.Taken());
+  }
+};
+
+}  // namespace
+}  // namespace tavelin::test
+
+int RunBootTest(int argc, char** argv) {
+  tavelin::test::BootTest test;
+  return QTest::qExec(&test, argc, argv);
+}
+
+#include "boot_test.moc"

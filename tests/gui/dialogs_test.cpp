@@ -1,0 +1,88 @@
+// The about box and the help window.
+#include <QtTest>
+
+#include "dialogs/FormHelp.h"
+#include "dialogs/FormVersion.h"
+#include "dialogs/help_texts.h"
+#include "gui_support.h"
+
+namespace tavelin::test {
+namespace {
+
+QStringList Lines(const char* text) {
+  return QString::fromUtf8(text).split(QStringLiteral("\r\n"));
+}
+
+class DialogsTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void theHelpTextsStandLineForLine() {
+    const QStringList common = Lines(HelpText(1));
+    QCOMPARE(common.size(), 55);
+    QCOMPARE(common.first(), QStringLiteral("- 共通設定 -"));
+    QCOMPARE(common[3], QStringLiteral("　データの表示モードを切り替えます。"));
+    QCOMPARE(
+        common.last(),
+        QStringLiteral(
+            "　　　　　　　　　　　　　 ドラッグ＆ドロップで、アドレス表示欄にドロップします。"));
+    const QStringList digital = Lines(HelpText(2));
+    QCOMPARE(digital.size(), 72);
+    QVERIFY(digital.contains(QStringLiteral("　")));  // the line of one ideographic space
+    QVERIFY(digital.contains(
+        QStringLiteral("　２の補数：　1ビット目が1の場合、2の補数の処理を行います。")));
+    const QStringList analog = Lines(HelpText(3));
+    QCOMPARE(analog.size(), 42);
+    QCOMPARE(analog.last(), QStringLiteral("　表示されるようになります。"));
+    QVERIFY(HelpText(4) == nullptr);
+  }
+
+  void helpSwapsItsTextInTheOneWindow() {
+    ProgramFolder folder;
+    SaveSettings(folder, 1);
+    const auto booted = Boot(folder);
+    FormHelp& help = booted->form1->TheFormHelp();
+    HelpWizard::Show_Help(help, 2);
+    QVERIFY(help.isVisible());
+    QVERIFY(help.windowFlags() & Qt::WindowStaysOnTopHint);
+    QCOMPARE(help.windowTitle(), QStringLiteral("タヴェリン Ver1.11　　ヘルプ"));
+    QVERIFY(
+        help.TB_View->toPlainText().startsWith(QStringLiteral("- Ｃｈ設定（デジタル入力） -\n")));
+    const QPoint place = help.pos();
+    HelpWizard::Show_Help(help, 3);
+    QVERIFY(help.TB_View->toPlainText().startsWith(QStringLiteral("- Ｃｈ設定（アナログ入力） -")));
+    QCOMPARE(help.pos(), place);
+    HelpWizard::Show_Help(help, 0);
+    QVERIFY(help.TB_View->toPlainText().startsWith(QStringLiteral("- Ｃｈ設定（アナログ入力） -")));
+    help.Bt_Close->click();
+    QVERIFY(!help.isVisible());
+  }
+
+  void theAboutBoxShowsTheTitleAndClosesFromItsOkPicture() {
+    ProgramFolder folder;
+    SaveSettings(folder, 3);
+    const auto booted = Boot(folder);
+    ViewFrame& view = *booted->form1->ShownView();
+    view.menu_help_version->trigger();
+    FormVersion& about = booted->form1->TheFormVersion();
+    QVERIFY(about.isVisible());
+    QCOMPARE(about.Lb_App_Title->text(), QStringLiteral("タヴェリン Ver1.11"));
+    QCOMPARE(about.Lb_copylight->text(), QString::fromUtf8(identity::kNotice));
+    QVERIFY(view.isEnabled());  // a run can still be started under it
+    QTest::mouseClick(about.Img_OK, Qt::LeftButton);
+    QVERIFY(!about.isVisible());
+    view.menu_help_version->trigger();
+    QTest::mouseClick(about.Lb_OK, Qt::LeftButton);
+    QVERIFY(!about.isVisible());
+  }
+};
+
+}  // namespace
+}  // namespace tavelin::test
+
+int RunDialogsTest(int argc, char** argv) {
+  tavelin::test::DialogsTest test;
+  return QTest::qExec(&test, argc, argv);
+}
+
+#include "dialogs_test.moc"

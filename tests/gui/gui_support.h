@@ -1,0 +1,104 @@
+#pragma once
+// Booting the real program into a temp folder, with message boxes and the
+// consent answered by the test.
+#include <QCoreApplication>
+#include <QStringList>
+#include <QTimer>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "app/Form1.h"
+#include "app/boot_windows.h"
+#include "settings/FileSaveSystem.h"
+#include "support/simulation.h"
+#include "views/view_frame.h"
+
+namespace tavelin::test {
+
+class RecordingBoxes final : public MessageBoxes {
+ public:
+  void Critical(QWidget*, const QString& title, const QString& text) override {
+    titles << title;
+    criticals << text;
+  }
+  bool OkCancel(QWidget*, const QString&, const QString& text, QMessageBox::Icon) override {
+    questions << text;
+    return answer;
+  }
+  QStringList titles, criticals, questions;
+  bool answer = true;
+};
+
+// The program's folder: the built libraries, some replaced by stand-ins or
+// left out.
+class ProgramFolder {
+ public:
+  explicit ProgramFolder(std::map<std::string, std::string> standIns = {},
+                         std::vector<std::string> missing = {}) {
+    namespace fs = std::filesystem;
+    for (const char* file : {kKvr100File, kKvrUsbIoFile, kKvrUsbProbeFile}) {
+      if (std::find(missing.begin(), missing.end(), file) != missing.end()) continue;
+      const auto standIn = standIns.find(file);
+      fs::create_symlink(standIn == standIns.end()
+                             ? fs::path(TAVELIN_BIN_DIR) / file
+                             : fs::path(TAVELIN_FAKES_DIR) / standIn->second / file,
+                         folder_.Path() / file);
+    }
+  }
+  std::string Path() const { return folder_.Path().string(); }
+  bool Has(const char* file) const { return std::filesystem::exists(folder_.Path() / file); }
+
+ private:
+  TempFolder folder_;
+};
+
+// Settings as a user left them: consent given, the view of `mode`.
+inline void SaveSettings(const ProgramFolder& folder, int32_t mode,
+                         const std::function<void(ELM327_Info&)>& change = {}) {
+  ELM327_Info device;
+  device.t_TERMS_OF_USE = 1;
+  device.t_ViewCh = mode;
+  if (change) change(device);
+  FileSaveSystem::Write_Config(device, folder.Path());
+  FileSaveSystem::Write_ChSet(device, folder.Path());
+}
+
+struct Booted {
+  RecordingBoxes boxes;
+  std::unique_ptr<Form1> form1;
+  bool started = false;
+  int consentShown = 0;
+};
+
+// Boots the program; `consent` answers the terms dialog when it shows.
+inline std::unique_ptr<Booted> Boot(const ProgramFolder& folder,
+                                    std::function<void(Formterms&)> consent = {}) {
+  auto booted = std::make_unique<Booted>();
+  Booted* raw = booted.get();
+  BootEnvironment environment{folder.Path(), &booted->boxes, [raw, consent](Formterms& terms) {
+                                ++raw->consentShown;
+                                if (consent) consent(terms);
+                              }};
+  booted->form1 = std::make_unique<Form1>(environment);
+  booted->started = booted->form1->BootRoutine();
+  return booted;
+}
+
+// A sampling run from the Connect click: `during` runs after `ms`, then
+// Disconnect is clicked; returns once the run and its timer have settled.
+inline void RunFor(ViewFrame& view, int ms, const std::function<void()>& during = {}) {
+  QTimer::singleShot(ms, [&view, during] {
+    if (during) during();
+    view.Pic_Disconnect_Click();
+  });
+  view.Pic_Connect_Click();
+  QTimer settle;
+  settle.setSingleShot(true);
+  settle.start(100);
+  while (settle.isActive()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+}  // namespace tavelin::test

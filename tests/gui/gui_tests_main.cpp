@@ -1,0 +1,28 @@
+// The window tests, one suite a run: tavelin_gui_tests SUITE [QtTest options].
+#include <QApplication>
+#include <QtTest>
+#include <cstring>
+#include <map>
+#include <string>
+
+int RunBootTest(int argc, char** argv);
+int RunViewFrameTest(int argc, char** argv);
+int RunViewsTest(int argc, char** argv);
+int RunDialogsTest(int argc, char** argv);
+
+int main(int argc, char** argv) {
+  QApplication app(argc, argv);
+  app.setQuitOnLastWindowClosed(false);
+  const std::map<std::string, int (*)(int, char**)> suites = {{"boot", RunBootTest},
+                                                              {"frame", RunViewFrameTest},
+                                                              {"views", RunViewsTest},
+                                                              {"dialogs", RunDialogsTest}};
+  if (argc < 2 || suites.count(argv[1]) == 0) {
+    int failures = 0;
+    for (const auto& [name, run] : suites) failures += run(1, argv);
+    return failures;
+  }
+  const auto run = suites.at(argv[1]);
+  argv[1] = argv[0];
+  return run(argc - 1, argv + 1);
+}

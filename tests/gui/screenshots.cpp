@@ -1,0 +1,50 @@
+// Pictures of the four views during a run on the demo bench, for docs/:
+// tavelin_screenshots OUTPUT_FOLDER (run it under a real X server).
+#include <QApplication>
+#include <QTimer>
+#include <iostream>
+
+#include "gui_support.h"
+#include "views/design_units.h"
+
+int main(int argc, char** argv) {
+  using namespace tavelin;
+  using namespace tavelin::test;
+  QApplication app(argc, argv);
+  app.setQuitOnLastWindowClosed(false);
+  QFont font(UiFontFamily());
+  font.setPointSizeF(9);
+  app.setFont(font);
+  if (argc != 3) {
+    std::cerr << "usage: tavelin_screenshots DEMO_SIMULATION OUTPUT_FOLDER\n";
+    return 2;
+  }
+  setenv("KVR_SIMULATION", argv[1], 1);
+  for (int mode = 1; mode <= 4; ++mode) {
+    ProgramFolder folder;
+    SaveSettings(folder, mode, [](ELM327_Info& device) {
+      device.t_LogComment = "昇温試験 1 回目";
+      for (int16_t c = 0; c < 16; ++c) device.usbio_analysis(c) = c % 4 != 3;
+      device.usbio_comment(0) = "カウンタ";
+      device.usbio_comment(1) = "順送り";
+      device.usbio_comment(2) = "方形波";
+      device.bit_comment(0) = "運転";
+      device.bit_comment(1) = "停止";
+      device.bit_comment(2) = "非常停止";
+      device.bit_comment(3) = "扉 開";
+    });
+    KVR_USB_Probe probe;
+    for (int16_t p = 0; p < 48; ++p) probe.AN_pin_analysis(p) = p % 3 != 2;
+    probe.AN_ch_comment(0) = "温度 (正弦波)";
+    probe.AN_ch_comment(1) = "圧力 (のこぎり波)";
+    probe.AN_ch_comment(2) = "流量 (雑音)";
+    FileSaveSystem::Write_AnSet(probe, folder.Path());
+    const auto booted = Boot(folder);
+    if (!booted->started) return 1;
+    ViewFrame& view = *booted->form1->ShownView();
+    const QString file = QString::fromUtf8(argv[2]) + QStringLiteral("/view-%1.png").arg(mode);
+    RunFor(view, 1500, [&] { view.grab().save(file); });
+    std::cout << file.toStdString() << "\n";
+  }
+  return 0;
+}

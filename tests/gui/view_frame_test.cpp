@@ -1,0 +1,156 @@
+// The frame's states: No device, Ready, Running, Refused, and the ways
+// between them.
+#include <QtTest>
+
+#include "gui_support.h"
+#include "views/design_units.h"
+
+namespace tavelin::test {
+namespace {
+
+enum class FrameState { NoDevice, Ready, Running, Refused };
+
+FrameState StateOf(const ViewFrame& view) {
+  const bool connect = view.Pic_Connect->isEnabled();
+  const bool disconnect = view.Pic_Disconnect->isEnabled();
+  const bool menus = view.menu_tool->isEnabled();
+  const bool locked = view.TB_LogComment->isReadOnly();
+  if (!connect && !disconnect && menus && !locked) return FrameState::NoDevice;
+  if (connect && !disconnect && menus && !locked) return FrameState::Ready;
+  if (!connect && disconnect && !menus && locked) {
+    return view.RxFlag == 1 ? FrameState::Running : FrameState::Refused;
+  }
+  throw std::logic_error("the frame is in no state of its table");
+}
+
+class ViewFrameTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void init() { unsetenv("KVR_SIMULATION"); }
+
+  void withoutDevicesNothingCanConnect() {
+    ProgramFolder folder;
+    SaveSettings(folder, 1);
+    const auto booted = Boot(folder);
+    ViewFrame& view = *booted->form1->ShownView();
+    QCOMPARE(StateOf(view), FrameState::NoDevice);
+    for (BitLed* led : view.Pic_DeviceLED) QCOMPARE(led->BackColor(), Rgb(100, 100, 100));
+  }
+
+  void aRunGoesFromReadyToRunningAndBack() {
+    ProgramFolder folder;
+    SaveSettings(folder, 1);
+    Simulation simulation("usbio 0 prepared constant 1\nusbio 2 prepared constant 2\n");
+    const auto booted = Boot(folder);
+    ViewFrame& view = *booted->form1->ShownView();
+    QCOMPARE(StateOf(view), FrameState::Ready);
+    QCOMPARE(view.Pic_DeviceLED[2]->BackColor(), 0x00FF00);
+    QCOMPARE(view.Pic_DeviceLED[1]->BackColor(), Rgb(100, 100, 100));
+    FrameState during = FrameState::NoDevice;
+    QString status;
+    bool closedDuringRun = false;
+    RunFor(view, 80, [&] {
+      during = StateOf(view);
+      status = view.TB_Status_Box->text();
+      view.close();  // refused without a word
+      closedDuringRun = !view.isVisible() || booted->form1->Unloaded();
+    });
+    QCOMPARE(during, FrameState::Running);
+    QCOMPARE(status, QStringLiteral("通信中"));
+    QVERIFY(!closedDuringRun);
+    QCOMPARE(StateOf(view), FrameState::Ready);
+    QCOMPARE(view.TB_Status_Box->text(), QString());
+    QCOMPARE(booted->form1->TheFormBG().State(), RunState::Idle);
+  }
+
+  void anEmptyCommentWithSubFoldersOnIsRefused() {
+    for (const QString& comment : {QString(), QStringLiteral("   ")}) {
+      ProgramFolder folder;
+      SaveSettings(folder, 3, [](ELM327_Info& device) { device.t_LogSave_subFolder = 1; });
+      Simulation simulation("usbio 0 prepared constant 1\n");
+      const auto booted = Boot(folder);
+      ViewFrame& view = *booted->form1->ShownView();
+      view.TB_LogComment->setText(comment);
+      view.Pic_Connect_Click();
+      QCOMPARE(StateOf(view), FrameState::Refused);
+      QCOMPARE(booted->boxes.criticals,
+               QStringList{
+                   QStringLiteral("「コメントをサブフォルダにして保存する」が有効になっています。\n"
+                                  "コメントを記入して下さい。")});
+      view.Pic_Disconnect_Click();
+      QCOMPARE(StateOf(view), FrameState::Ready);
+    }
+  }
+
+  void anEmptyCommentConnectsWhenSubFoldersAreOff() {
+    ProgramFolder folder;
+    SaveSettings(folder, 1);
+    Simulation simulation("usbio 0 prepared constant 1\n");
+    const auto booted = Boot(folder);
+    ViewFrame& view = *booted->form1->ShownView();
+    view.TB_LogComment->setText(QStringLiteral("  "));
+    RunFor(view, 40);
+    QCOMPARE(booted->form1->device.t_LogComment, std::string());
+  }
+
+  void aLongCommentIsCutToFiftyCharactersAtConnect() {
+    ProgramFolder folder;
+    const std::string sixty = S(QString(60, QChar(0x708E)));  // 炎 × 60
+    SaveSettings(folder, 1, [&](ELM327_Info& device) { device.t_LogComment = sixty; });
+    Simulation simulation("usbio 0 prepared constant 1\n");
+    const auto booted = Boot(folder);
+    QCOMPARE(booted->form1->device.t_LogComment, sixty);
+    RunFor(*booted->form1->ShownView(), 40);
+    QCOMPARE(QString::fromStdString(booted->form1->device.t_LogComment),
+             QString(50, QChar(0x708E)));
+  }
+
+  void aReSearchFindsModulesAddedAndRemoved() {
+    ProgramFolder folder;
+    SaveSettings(folder, 2);
+    Simulation simulation("usbio 0 prepared constant 1\n");
+    const auto booted = Boot(folder);
+    ViewFrame& view = *booted->form1->ShownView();
+    simulation.Rewrite("usbio 0 prepared constant 1\nusbio 5 prepared walk\nusbio 9 plain walk\n");
+    booted->boxes.answer = false;
+    view.menu_opt_search_Click();
+    QCOMPARE(booted->form1->USB_IO.FindDevice, int16_t{1});
+    QCOMPARE(booted->boxes.questions,
+             QStringList{QStringLiteral("USB-IO を再検索します。\nよろしいですか？")});
+    booted->boxes.answer = true;
+    view.menu_opt_search_Click();
+    QCOMPARE(booted->form1->USB_IO.FindDevice, int16_t{2});
+    QCOMPARE(view.Pic_DeviceLED[5]->BackColor(), 0x00FF00);
+    QCOMPARE(view.Pic_DeviceLED[9]->BackColor(), Rgb(100, 100, 100));
+    simulation.Rewrite("");
+    view.menu_opt_search_Click();
+    QCOMPARE(StateOf(view), FrameState::NoDevice);
+    QCOMPARE(view.Pic_DeviceLED[0]->BackColor(), Rgb(100, 100, 100));
+  }
+
+  void menusCarryTheirCaptions() {
+    ProgramFolder folder;
+    SaveSettings(folder, 4);
+    const auto booted = Boot(folder);
+    ViewFrame& analog = *booted->form1->ShownView();
+    QCOMPARE(analog.menu_file->title(), QStringLiteral("ファイル(&F)"));
+    QCOMPARE(analog.menu_opt_function1->text(), QStringLiteral("Ch設定 （アナログ入力）"));
+    QCOMPARE(analog.menu_opt_search->text(), QStringLiteral("デバイス再検索 "));
+    QVERIFY(analog.menu_opt_write_usbio == nullptr);
+    ViewFrame& digital = booted->form1->View(1);
+    QCOMPARE(digital.menu_opt_search->text(), QStringLiteral("デバイス再検索 （USB-IO）"));
+    QCOMPARE(digital.menu_opt_write_usbio->text(), QStringLiteral("マイコン設定書込 (USB-IO)"));
+    QCOMPARE(digital.menu_help_version->text(), QStringLiteral("バージョン情報(&A)"));
+  }
+};
+
+}  // namespace
+}  // namespace tavelin::test
+
+int RunViewFrameTest(int argc, char** argv) {
+  tavelin::test::ViewFrameTest test;
+  return QTest::qExec(&test, argc, argv);
+}
+
+#include "view_frame_test.moc"

@@ -1,0 +1,120 @@
+// What the four views show: LEDs in their three colours, values and the
+// analysis labels.
+#include <QtTest>
+
+#include "dialogs/help_texts.h"
+#include "gui_support.h"
+#include "views/channel_views.h"
+#include "views/design_units.h"
+
+namespace tavelin::test {
+namespace {
+
+constexpr Colour kOff = Rgb(30, 30, 30);
+
+class ViewsTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void init() { unsetenv("KVR_SIMULATION"); }
+
+  void ledsShowAbsentOffAndOnBits() {
+    for (int mode : {1, 2, 3}) {
+      ProgramFolder folder;
+      SaveSettings(folder, mode, [](ELM327_Info& device) { device.bit_LEDColor(2) = 0x0000FF; });
+      Simulation simulation("usbio 0 prepared constant 0b101\n");
+      const auto booted = Boot(folder);
+      ViewFrame& view = *booted->form1->ShownView();
+      std::vector<Colour> seen;
+      RunFor(view, 120, [&] {
+        for (int n : {0, 1, 2, 8}) seen.push_back(view.Pic_BitLED_[n]->BackColor());
+      });
+      QCOMPARE(seen, (std::vector<Colour>{0x00FF00, kOff, 0x0000FF, 0}));
+      for (BitLed* led : view.Pic_BitLED_) QCOMPARE(led->BackColor(), 0);  // cleared at Disconnect
+    }
+  }
+
+  void theLabelledViewShowsBitComments() {
+    ProgramFolder folder;
+    SaveSettings(folder, 2, [](ELM327_Info& device) {
+      device.bit_comment(9) = "非常停止";
+      device.usbio_comment(1) = "盤 1";
+    });
+    const auto booted = Boot(folder);
+    auto& view = static_cast<FormView_LED2&>(*booted->form1->ShownView());
+    QCOMPARE(view.Lb_Bit_Comment[9]->text(), QStringLiteral("非常停止"));
+    QCOMPARE(view.Lb_Bit_Comment[10]->text(), QString());  // the design "---" is gone
+    QCOMPARE(view.Lb_txt_View[1]->text(), QStringLiteral("盤 1"));
+    QCOMPARE(view.Pic_BitLED_[8]->geometry(), TwipRect(2235 + 150, 885, 180, 120));
+  }
+
+  void theDigitalValueViewShowsValuesAndAnalysis() {
+    ProgramFolder folder;
+    SaveSettings(folder, 3, [](ELM327_Info& device) {
+      device.usbio_bit_reverse(3) = 1;  // reversed, the value is the input itself
+      device.usbio_analysis(3) = 1;
+      device.usbio_Font_size(3) = 30;
+      device.usbio_BackColor(3) = 0x102030;
+    });
+    Simulation simulation("usbio 3 prepared constant 5\nusbio 4 prepared constant 1\n");
+    const auto booted = Boot(folder);
+    auto& view = static_cast<FormView_Value1&>(*booted->form1->ShownView());
+    QVERIFY(view.Lb_View_ch_MAX_[3]->isVisibleTo(&view));
+    QVERIFY(!view.Lb_View_ch_MAX_[4]->isVisibleTo(&view));
+    QCOMPARE(view.Lb_View_ch_[3]->font().pointSizeF(), 30.0);
+    QCOMPARE(view.Lb_View_BackColor[3]->palette().color(QPalette::Window), ColourOf(0x102030));
+    RunFor(view, 150);
+    QCOMPARE(view.Lb_View_ch_[3]->text(), QStringLiteral("5"));
+    QCOMPARE(view.Lb_View_ch_MAX_[3]->text(), QStringLiteral("5"));
+    QCOMPARE(view.Lb_View_ch_MIN_[3]->text(), QStringLiteral("5"));
+    QCOMPARE(view.Lb_View_ch_Avg_[3]->text(), QStringLiteral("5"));
+    QCOMPARE(view.Lb_View_ch_[4]->text(), QStringLiteral("128"));  // first bit most significant
+    QCOMPARE(view.Lb_View_ch_MAX_[4]->text(), QStringLiteral("---"));
+    QCOMPARE(view.Lb_View_ch_[5]->text(), QStringLiteral("---"));  // no module
+  }
+
+  void theAnalogValueViewShowsItsProbes() {
+    ProgramFolder folder;
+    SaveSettings(folder, 4);
+    KVR_USB_Probe probe;
+    probe.AN_pin_analysis(1) = 1;
+    probe.AN_pin_multiply(1) = 0.5;
+    probe.AN_ch_comment(0) = "温度計";
+    FileSaveSystem::Write_AnSet(probe, folder.Path());
+    Simulation simulation("probe 0 constant 10 20 30 40 50 60\n");
+    const auto booted = Boot(folder);
+    auto& view = static_cast<FormView_Value2&>(*booted->form1->ShownView());
+    QCOMPARE(view.TB_View_Device[0]->text(), QStringLiteral("温度計"));
+    QCOMPARE(view.TB_View_Txt[7]->text(), QStringLiteral("2入力"));
+    QVERIFY(view.Pic_BitLED_.empty());
+    RunFor(view, 150);
+    QCOMPARE(view.Lb_View_ch_[0]->text(), QStringLiteral("10"));
+    QCOMPARE(view.Lb_View_ch_[1]->text(), QStringLiteral("10"));
+    QCOMPARE(view.Lb_View_ch_MAX_[1]->text(), QStringLiteral("10"));
+    QCOMPARE(view.Lb_View_ch_MAX_[0]->text(), QStringLiteral("---"));
+    QCOMPARE(view.Lb_View_ch_[6]->text(), QStringLiteral("---"));
+  }
+
+  void eachViewHasItsDesignSize() {
+    struct Size {
+      int mode, width, height;
+    } sizes[] = {{1, 3090, 4695}, {2, 9075, 8385}, {3, 9375, 4500}, {4, 12705, 9510}};
+    ProgramFolder folder;
+    SaveSettings(folder, 1);
+    const auto booted = Boot(folder);
+    for (const Size& size : sizes) {
+      QCOMPARE(booted->form1->View(size.mode).centralWidget()->size(),
+               QSize(Px(size.width), Px(size.height)));
+    }
+  }
+};
+
+}  // namespace
+}  // namespace tavelin::test
+
+int RunViewsTest(int argc, char** argv) {
+  tavelin::test::ViewsTest test;
+  return QTest::qExec(&test, argc, argv);
+}
+
+#include "views_test.moc"

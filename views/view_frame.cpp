@@ -1,0 +1,368 @@
+#include "views/view_frame.h"
+
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QLayout>
+#include <QMenuBar>
+
+#include "app/Form1.h"
+#include "dialogs/FormVersion.h"
+#include "views/design_units.h"
+
+namespace tavelin {
+namespace {
+
+constexpr Colour kViewBack = 0x404040;
+constexpr Colour kCommentIdle = 0xB4B4B4;
+constexpr Colour kCommentRun = 0x505050;
+constexpr Colour kDeviceOn = 0x00FF00;
+constexpr Colour kDeviceOff = Rgb(100, 100, 100);
+constexpr int kCommentLength = 50;
+
+void SetColours(QWidget* widget, Colour back, Colour fore) {
+  QPalette palette = widget->palette();
+  for (auto role : {QPalette::Window, QPalette::Base}) palette.setColor(role, ColourOf(back));
+  for (auto role : {QPalette::WindowText, QPalette::Text}) palette.setColor(role, ColourOf(fore));
+  widget->setPalette(palette);
+}
+
+// The first `count` characters, counted as characters and not as bytes.
+QString FirstCharacters(const QString& text, int count) {
+  const QList<uint> characters = text.toUcs4();
+  if (characters.size() <= count) return text;
+  return QString::fromUcs4(reinterpret_cast<const char32_t*>(characters.constData()), count);
+}
+
+QString TrimBlanks(const QString& text) {
+  int first = 0;
+  int last = static_cast<int>(text.size());
+  while (first < last && text[first] == QLatin1Char(' ')) ++first;
+  while (last > first && text[last - 1] == QLatin1Char(' ')) --last;
+  return text.mid(first, last - first);
+}
+
+void SetBackColour(QWidget* widget, Colour back) {
+  QPalette palette = widget->palette();
+  for (auto role : {QPalette::Window, QPalette::Base}) palette.setColor(role, ColourOf(back));
+  widget->setPalette(palette);
+}
+
+template <typename Labels>
+QLabel* LabelAt(Labels& labels, int16_t index) {
+  if (index < 0 || index >= static_cast<int>(labels.size())) {
+    throw std::out_of_range("this view has no label " + std::to_string(index));
+  }
+  return labels[static_cast<std::size_t>(index)];
+}
+
+}  // namespace
+
+ViewFrame::ViewFrame(Form1& form1, const FrameDesign& design)
+    : form1_(form1), design_(design), area_(new QWidget(this)) {
+  setCentralWidget(area_);
+  area_->setFixedSize(Px(design.clientWidth), Px(design.clientHeight));
+  area_->setAutoFillBackground(true);
+  SetColours(area_, kViewBack, 0);
+  switch (design.border) {
+    case FrameDesign::Border::FixedSingle:
+      setWindowFlags(Qt::Window | Qt::MSWindowsFixedSizeDialogHint | Qt::WindowMinimizeButtonHint |
+                     Qt::WindowCloseButtonHint);
+      layout()->setSizeConstraint(QLayout::SetFixedSize);
+      break;
+    case FrameDesign::Border::None:
+      setWindowFlags(Qt::Tool | Qt::FramelessWindowHint);
+      layout()->setSizeConstraint(QLayout::SetFixedSize);
+      break;
+    case FrameDesign::Border::Sizable:
+      area_->setMinimumSize(area_->size());
+      area_->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+      break;
+  }
+
+  Pic_Connect = new PictureButton(area_);
+  Pic_Connect->setGeometry(Px(design.connectLeft), Px(design.connectTop), 58, 27);
+  Pic_Disconnect = new PictureButton(area_);
+  Pic_Disconnect->setGeometry(Px(design.disconnectLeft), Px(design.disconnectTop), 59, 27);
+  QObject::connect(Pic_Connect, &QAbstractButton::clicked, [this] { Pic_Connect_Click(); });
+  QObject::connect(Pic_Disconnect, &QAbstractButton::clicked, [this] { Pic_Disconnect_Click(); });
+
+  const int devices = design.analog ? 8 : 16;
+  for (int i = 0; i < devices; ++i) {
+    const int row = i < 6 ? 0 : (i < 11 ? 1 : 2);
+    const int column = row == 0 ? i : (row == 1 ? i - 6 + 1 : i - 11 + 1);
+    Pic_DeviceLED.push_back(MakeLed(design.deviceLedLeft + 165 * column, 135 + 75 * row, 120, 60));
+  }
+
+  TB_Status_Box = MakeTextBox(design.statusLeft, design.statusTop, 2430, 195, QString(), 0x505050,
+                              design.statusForeColor);
+  TB_Status_Box->setReadOnly(true);
+  TB_Status_Box->setFocusPolicy(Qt::NoFocus);
+  TB_LogComment = MakeTextBox(design.commentLeft, design.commentTop, design.commentWidth, 240,
+                              QString(), 0xC0C0C0, 0);
+  TB_LogComment->setMaxLength(kCommentLength);
+
+  BuildMenus();
+}
+
+void ViewFrame::BuildMenus() {
+  menu_file = menuBar()->addMenu(QStringLiteral("ファイル(&F)"));
+  menu_file_close = menu_file->addAction(QStringLiteral("終了(&X)"));
+  QObject::connect(menu_file_close, &QAction::triggered, [this] { close(); });
+
+  menu_tool = menuBar()->addMenu(QStringLiteral("ツール(&T)"));
+  menu_common_setting = menu_tool->addAction(QStringLiteral("共通設定"));
+  menu_opt_function1 = menu_tool->addAction(
+      design_.analog ? QStringLiteral("Ch設定 （アナログ入力）") : QStringLiteral("Ch設定"));
+  menu_tool->addSeparator();
+  menu_opt_search =
+      menu_tool->addAction(design_.analog ? QStringLiteral("デバイス再検索 ")
+                                          : QStringLiteral("デバイス再検索 （USB-IO）"));
+  QObject::connect(menu_opt_search, &QAction::triggered, [this] { menu_opt_search_Click(); });
+  menu_opt_write_usbio = nullptr;
+  if (!design_.analog) {
+    menu_opt_write_usbio = menu_tool->addAction(QStringLiteral("マイコン設定書込 (USB-IO)"));
+  }
+
+  menu_help = menuBar()->addMenu(QStringLiteral("ヘルプ(&H)"));
+  menu_help_version = menu_help->addAction(QStringLiteral("バージョン情報(&A)"));
+  QObject::connect(menu_help_version, &QAction::triggered,
+                   [this] { form1_.TheFormVersion().ShowFor(*this); });
+}
+
+QLabel* ViewFrame::MakeLabel(int left, int top, int width, int height, const QString& caption,
+                             Colour foreColor, bool opaque, Colour backColor,
+                             Qt::Alignment alignment) {
+  auto* label = new QLabel(caption, area_);
+  label->setGeometry(TwipRect(left, top, width, height));
+  label->setAlignment(alignment);
+  label->setAutoFillBackground(opaque);
+  SetColours(label, backColor, foreColor);
+  QFont font(UiFontFamily());
+  font.setPointSizeF(9);
+  label->setFont(font);
+  return label;
+}
+
+QLineEdit* ViewFrame::MakeTextBox(int left, int top, int width, int height, const QString& text,
+                                  Colour backColor, Colour foreColor) {
+  auto* box = new QLineEdit(text, area_);
+  box->setGeometry(TwipRect(left, top, width, height));
+  box->setFrame(false);
+  box->setTextMargins(2, 0, 2, 0);
+  SetColours(box, backColor, foreColor);
+  QFont font(UiFontFamily());
+  font.setPointSizeF(9);
+  box->setFont(font);
+  return box;
+}
+
+BitLed* ViewFrame::MakeLed(int left, int top, int width, int height) {
+  auto* led = new BitLed(area_);
+  led->setGeometry(TwipRect(left, top, width, height));
+  return led;
+}
+
+// ---- what FormBG writes ----
+
+void ViewFrame::TB_Status(const std::string& text) {
+  TB_Status_Box->setText(Q(text));
+}
+
+void ViewFrame::Pic_BitLED(int16_t bit, Colour backColor) {
+  if (bit < 0 || bit >= static_cast<int>(Pic_BitLED_.size())) {
+    throw std::out_of_range("this view has no bit LED " + std::to_string(bit));
+  }
+  Pic_BitLED_[static_cast<std::size_t>(bit)]->SetBackColor(backColor);
+}
+
+void ViewFrame::Lb_View_ch(int16_t index, std::string_view caption) {
+  LabelAt(Lb_View_ch_, index)->setText(QString::fromUtf8(caption.data(), caption.size()));
+}
+void ViewFrame::Lb_View_ch_MAX(int16_t index, std::string_view caption) {
+  LabelAt(Lb_View_ch_MAX_, index)->setText(QString::fromUtf8(caption.data(), caption.size()));
+}
+void ViewFrame::Lb_View_ch_MIN(int16_t index, std::string_view caption) {
+  LabelAt(Lb_View_ch_MIN_, index)->setText(QString::fromUtf8(caption.data(), caption.size()));
+}
+void ViewFrame::Lb_View_ch_Avg(int16_t index, std::string_view caption) {
+  LabelAt(Lb_View_ch_Avg_, index)->setText(QString::fromUtf8(caption.data(), caption.size()));
+}
+
+// ---- load and fill ----
+
+void ViewFrame::Form_Load() {
+  device = &form1_.device;
+  FormBG& formBG = form1_.TheFormBG();
+  formBG.device = device;
+  USB_IO = &form1_.USB_IO;
+  formBG.USB_IO = USB_IO;
+  if (design_.analog) {
+    USB_Probe = &form1_.USB_Probe;
+    formBG.USB_Probe = USB_Probe;
+  }
+  formBG.obj_Form = this;
+  form1_.TheFormVersion().obj_Form = this;
+  Set_FormView();
+}
+
+void ViewFrame::Set_FormView() {
+  switch (design_.viewCh) {
+    case 1:
+    case 2:
+      setWindowTitle(Q(device->Application_title2));
+      break;
+    case 3:
+      setWindowTitle(Q(device->Application_title) + QStringLiteral("　デジタル入力"));
+      break;
+    default:
+      setWindowTitle(Q(device->Application_title) + QStringLiteral("　アナログ入力"));
+      break;
+  }
+  View_DeviceLED();
+  TB_LogComment->setText(Q(device->t_LogComment));
+  SetBackColour(TB_LogComment, kCommentIdle);  // the text colour stays as it is
+  SetChannelArea();
+  SetConnectByFound();
+  Pic_Disconnect->setEnabled(false);
+  Pic_Disconnect->SetPicture(TheButtonPictures().Pic_bt_OFF_D);
+}
+
+void ViewFrame::View_DeviceLED() {
+  const int32_t devices = design_.analog ? form1_.USB_Probe.max_device : form1_.USB_IO.max_device;
+  for (int32_t i = 0; i < devices && i < static_cast<int32_t>(Pic_DeviceLED.size()); ++i) {
+    const int32_t hid =
+        design_.analog ? form1_.USB_Probe.HidCh(TableIndex(i)) : form1_.USB_IO.HidCh(TableIndex(i));
+    Pic_DeviceLED[static_cast<std::size_t>(i)]->SetBackColor(hid < 0 ? kDeviceOff : kDeviceOn);
+  }
+}
+
+int32_t ViewFrame::FamilyFound() const {
+  return design_.analog ? form1_.USB_Probe.FindDevice : form1_.USB_IO.FindDevice;
+}
+
+void ViewFrame::SetConnectByFound() {
+  const bool found = FamilyFound() != 0;
+  Pic_Connect->setEnabled(found);
+  Pic_Connect->SetPicture(found ? TheButtonPictures().Pic_bt_On_E
+                                : TheButtonPictures().Pic_bt_On_D);
+}
+
+void ViewFrame::SetMenusEnabled(bool enabled) {
+  menu_file->setEnabled(enabled);
+  menu_tool->setEnabled(enabled);
+  menu_help->setEnabled(enabled);
+  for (QAction* action : menuBar()->actions()) action->setEnabled(enabled);
+}
+
+void ViewFrame::SetCommentLook(bool running) {
+  TB_LogComment->setReadOnly(running);
+  SetColours(TB_LogComment, running ? kCommentRun : kCommentIdle, running ? 0xC0C0C0 : 0);
+}
+
+void ViewFrame::ClearBitLEDs() {
+  for (BitLed* led : Pic_BitLED_) led->SetBackColor(0);
+}
+
+bool ViewFrame::SpreadsheetLogged() const {
+  return device->t_LogSave_Enable == 1 && device->ExcelInstallCheck == 1 &&
+         device->t_LogSaveFormat == 1;
+}
+
+// ---- a run ----
+
+void ViewFrame::Pic_Connect_Click() {
+  const ButtonPictures& pictures = TheButtonPictures();
+  if (design_.ledClearAtConnect == FrameDesign::LedClear::FirstOfAll) ClearBitLEDs();
+  Pic_Connect->setEnabled(false);
+  Pic_Connect->SetPicture(pictures.Pic_bt_On_D);
+  Pic_Disconnect->setEnabled(true);
+  Pic_Disconnect->SetPicture(pictures.Pic_bt_OFF_E);
+  SetMenusEnabled(false);
+  SetCommentLook(true);
+
+  const QString comment = TrimBlanks(TB_LogComment->text());
+  if (comment.isEmpty() && device->t_LogSave_subFolder == 1) {
+    form1_.Boxes().Critical(
+        this, Q(device->Application_title),
+        QStringLiteral("「コメントをサブフォルダにして保存する」が有効になっています。\n"
+                       "コメントを記入して下さい。"));
+    return;  // Refused: only Disconnect leads out
+  }
+  device->t_LogComment = S(FirstCharacters(comment, kCommentLength));
+  if (SpreadsheetLogged()) {
+    // The workbook application is not built in yet: a call on it fails.
+    throw std::runtime_error("the workbook application cannot be created");
+  }
+  TB_Status_Box->setText(QStringLiteral("通信初期処理中"));
+  TB_Status_Box->repaint();
+  if (design_.ledClearAtConnect == FrameDesign::LedClear::AfterStatus) ClearBitLEDs();
+  if (design_.analog) {
+    USB_Probe->Data_ALL_Clear();
+  } else {
+    USB_IO->Data_ALL_Clear();
+    USB_IO->Data_ALL_Set(*device);
+  }
+  RxFlag = 1;
+  form1_.TheFormBG().start_timer();
+}
+
+void ViewFrame::Pic_Disconnect_Click() {
+  const ButtonPictures& pictures = TheButtonPictures();
+  RxFlag = 0;  // this alone stops the run
+  Pic_Disconnect->setEnabled(false);
+  Pic_Disconnect->SetPicture(pictures.Pic_bt_OFF_D);
+  if (design_.ledClearAtConnect != FrameDesign::LedClear::None) ClearBitLEDs();
+  TB_Status_Box->setText(QString());
+  TB_Status_Box->repaint();
+  Pic_Connect->setEnabled(true);
+  Pic_Connect->SetPicture(pictures.Pic_bt_On_E);
+  SetMenusEnabled(true);
+  SetCommentLook(false);
+  if (SpreadsheetLogged()) {
+    if (!objExcel)
+      throw std::runtime_error("objExcel is empty: the workbook application cannot quit");
+    objExcel.reset();
+  }
+}
+
+void ViewFrame::menu_opt_search_Click() {
+  const QString question = design_.analog ? QStringLiteral("アナログ入力デバイスを再検索します。")
+                                          : QStringLiteral("USB-IO を再検索します。");
+  if (!form1_.Boxes().OkCancel(this, Q(device->Application_title),
+                               question + QStringLiteral("\nよろしいですか？"),
+                               QMessageBox::Warning)) {
+    return;
+  }
+  if (design_.analog) {
+    USB_Probe->Param_ALL_Clear();
+    USB_Probe->openDevice();
+  } else {
+    USB_IO->Param_ALL_Clear();
+    USB_IO->openDevice();
+  }
+  View_DeviceLED();
+  SetConnectByFound();
+}
+
+// ---- closing ----
+
+bool ViewFrame::FamilyTimerEnabled() const {
+  return form1_.TheFormBG().TimerEnabled(design_.analog);
+}
+
+void ViewFrame::closeEvent(QCloseEvent* event) {
+  if (form1_.Unloaded()) {
+    event->accept();
+    return;
+  }
+  if (RxFlag == 1 || FamilyTimerEnabled()) {
+    event->ignore();  // no close during a run, and no word about it
+    return;
+  }
+  QCoreApplication::processEvents();
+  form1_.TheFormBG().DisableTimer(design_.analog);
+  event->accept();
+  form1_.UnloadFrom(*this);
+}
+
+}  // namespace tavelin
