@@ -3,6 +3,7 @@
 #include <QtTest>
 
 #include "gui_support.h"
+#include "logging/log_test_support.h"
 #include "views/design_units.h"
 
 namespace tavelin::test {
@@ -127,6 +128,29 @@ class ViewFrameTest : public QObject {
     view.menu_opt_search_Click();
     QCOMPARE(StateOf(view), FrameState::NoDevice);
     QCOMPARE(view.Pic_DeviceLED[0]->BackColor(), Rgb(100, 100, 100));
+  }
+
+  void aLoggedRunLeavesItsCsvInTheProgramFolder() {
+    ProgramFolder folder;
+    SaveSettings(folder, 3, [](ELM327_Info& device) {
+      device.t_LogSave_Enable = 1;
+      device.t_LogSampling = 10;
+    });
+    Simulation simulation("usbio 0 prepared constant 1\n");
+    const auto booted = Boot(folder);
+    QCOMPARE(booted->form1->device.t_LogSaveFormat, 2);  // no workbook application
+    ViewFrame& view = *booted->form1->ShownView();
+    QString status;
+    RunFor(view, 100, [&] { status = view.TB_Status_Box->text(); });
+    QCOMPARE(status, QStringLiteral("通信中　ログ出力(csv)"));
+    int logs = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+      if (entry.path().extension() != ".csv") continue;
+      ++logs;
+      const QString text = QString::fromStdString(FromCodePage(ReadBytes(entry.path())));
+      QVERIFY(text.contains(QStringLiteral("ch0 ：0Ch\r\n")));
+    }
+    QCOMPARE(logs, 1);
   }
 
   void menusCarryTheirCaptions() {
