@@ -112,3 +112,29 @@ BENCHMARK(EndOfRunFile)->Unit(benchmark::kMillisecond)->Iterations(8);
 
 }  // namespace
 }  // namespace tavelin
+
+namespace tavelin {
+namespace {
+
+// A spreadsheet row of the bit kind with sixteen channels: 129 texts.
+void AppendSpreadsheetRow(benchmark::State& state) {
+  LogBench bench;
+  bench.device.t_ViewCh = 1;
+  bench.device.t_LogSaveFormat = 1;
+  Excel_OutputDB log = bench.Log();
+  double now = 0.0;
+  for (auto _ : state) {
+    now += 300.125;
+    log.Excel_DataInput(bench.usbIo, bench.device, now);
+    if (log.Excel_DB_ArayyCounter > 20000) {  // emptied, as after a file
+      state.PauseTiming();
+      log.Time_ID_DLC_Data1().Clear();
+      log.Excel_DB_ArayyCounter = 0;
+      state.ResumeTiming();
+    }
+  }
+}
+BENCHMARK(AppendSpreadsheetRow)->Name("AppendRow/spreadsheet_bit_16_channels");
+
+}  // namespace
+}  // namespace tavelin

@@ -2,6 +2,7 @@
 
 #include <csignal>
 
+#include "app/excel_check.h"
 #include "logging/log_names.h"
 #include "sampling/polled_event_loop.h"
 #include "sampling/run_start.h"
@@ -55,6 +56,7 @@ void ApplyRunOptions(const RunOptions& options, ConsoleSession& session) {
   }
   if (options.comment) device.t_LogComment = *options.comment;
   if (options.subFolder) device.t_LogSave_subFolder = 1;
+  if (options.format) device.t_LogSaveFormat = *options.format;
 }
 
 RunSummary RunSampling(
@@ -86,9 +88,17 @@ RunSummary RunSampling(
   });
 
   ApplyRunOptions(options, session);
+  const ELM327_Info& device = session.device;
+  const bool workbook =
+      device.t_LogSave_Enable == 1 && device.ExcelInstallCheck == 1 && device.t_LogSaveFormat == 1;
+  if (workbook) view.objExcel = OpenExcelForRun();
   PrepareDevicesForRun(session.device, session.USB_IO, session.USB_Probe);
   view.RxFlag = 1;
   engine.start_timer();
+  if (workbook) {
+    CloseExcelAfterRun(*view.objExcel);
+    view.objExcel.reset();
+  }
   return {(clock.kv_timeGetTime() - connectedAt) / 1000.0, engine.Excel_DB.RowsLogged(),
           engine.Excel_DB.FilesWritten()};
 }

@@ -13,7 +13,8 @@ bool ReadNumber(const std::string& text, Number& value) {
 
 bool TakesValue(const std::string& name, bool recording) {
   if (name == "--mode" || name == "--seconds") return true;
-  return recording && (name == "--sampling" || name == "--folder" || name == "--comment");
+  return recording &&
+         (name == "--sampling" || name == "--folder" || name == "--comment" || name == "--format");
 }
 
 // One option with its value; false with `error` set when the value is bad.
@@ -37,6 +38,12 @@ bool ReadOption(const std::string& name, const std::string& value, RunOptions& o
       return true;
     }
     error = "--sampling takes 1 to 3600000 ms, not '" + value + "'";
+  } else if (name == "--format") {
+    if (value == "xls" || value == "csv") {
+      options.format = value == "xls" ? 1 : 2;
+      return true;
+    }
+    error = "--format takes csv or xls, not '" + value + "'";
   } else if (name == "--folder") {
     options.folder = value;
     return true;

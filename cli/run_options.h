@@ -15,10 +15,11 @@ struct RunOptions {
   std::optional<std::string> folder;
   std::optional<std::string> comment;
   bool subFolder = false;
+  std::optional<int32_t> format;  // 1 .xls, 2 .csv
 };
 
 // Reads --mode N, --seconds S and --analysis, and with `recording` also
-// --sampling MS, --folder DIR, --comment TEXT and --subfolder. A bad
+// --sampling MS, --folder DIR, --comment TEXT, --format csv|xls and --subfolder. A bad
 // argument gives a message in `error`.
 std::optional<RunOptions> ParseRunOptions(const std::vector<std::string>& args, bool recording,
                                           std::string& error);

@@ -55,6 +55,8 @@ void Excel_OutputDB::Param_ALL_Clear() {
   Excel_DB_ArayyCh = 1;
   StartTime = 0.0;
   hardware_information = 0.0;
+  Arayy_ALL_Clear_zero_string(20000, 128, data1_);
+  Arayy_ALL_Clear_zero_string(20000, 128, data2_);
 }
 
 // ---- rows ----
@@ -75,22 +77,27 @@ void Excel_OutputDB::Excel_DataInput(USB_IO_IF& USB_IO, ELM327_Info& device, dou
 
 void Excel_OutputDB::Excel_DataInput_for_bit(USB_IO_IF& USB_IO, ELM327_Info& device,
                                              double now_time) {
-  // The spreadsheet rows come with the workbook writer.
-  if (device.t_LogSaveFormat == 2) {
+  if (device.t_LogSaveFormat == 1) {
+    DataInput_for_bit_to_excel(ActiveArray(), USB_IO, now_time);
+  } else if (device.t_LogSaveFormat == 2) {
     DataInput_for_bit_to_text(Excel_DB_ArayyCh == 1 ? csv_DB1 : csv_DB2, USB_IO, now_time);
   }
 }
 
 void Excel_OutputDB::Excel_DataInput_for_ch(USB_IO_IF& USB_IO, ELM327_Info& device,
                                             double now_time) {
-  if (device.t_LogSaveFormat == 2) {
+  if (device.t_LogSaveFormat == 1) {
+    DataInput_for_ch_to_excel(ActiveArray(), USB_IO, now_time);
+  } else if (device.t_LogSaveFormat == 2) {
     DataInput_for_ch_to_text(Excel_DB_ArayyCh == 1 ? csv_DB1 : csv_DB2, USB_IO, now_time);
   }
 }
 
 void Excel_OutputDB::Excel_AN_DataInput(KVR_USB_Probe& USB_Probe, USB_IO_IF& /*USB_IO*/,
                                         ELM327_Info& device, double now_time) {
-  if (device.t_LogSaveFormat == 2) {
+  if (device.t_LogSaveFormat == 1) {
+    DataInput_for_AN_to_excel(ActiveArray(), USB_Probe, now_time);
+  } else if (device.t_LogSaveFormat == 2) {
     DataInput_for_AN_to_text(Excel_DB_ArayyCh == 1 ? csv_DB1 : csv_DB2, USB_Probe, now_time);
   }
 }
@@ -178,7 +185,9 @@ void Excel_OutputDB::Excel_DataOutput_for_bit(int32_t Output_ch, KVR_USB_Probe* 
                                               USB_IO_IF& USB_IO, ELM327_Info& device,
                                               std::string& FileName_Date, std::string& FileName_No,
                                               const std::string& FolderName) {
-  if (device.t_LogSaveFormat == 2) {
+  if (device.t_LogSaveFormat == 1 && device.ExcelInstallCheck == 1) {
+    WriteBitWorkbook(Output_ch, USB_IO, device, FileName_Date, FileName_No, FolderName);
+  } else if (device.t_LogSaveFormat == 2) {
     WriteTextLog(Output_ch, USB_Probe, USB_IO, device, FileName_Date, FileName_No, FolderName);
   }
 }
@@ -187,7 +196,9 @@ void Excel_OutputDB::Excel_DataOutput_for_ch(int32_t Output_ch, KVR_USB_Probe* U
                                              USB_IO_IF& USB_IO, ELM327_Info& device,
                                              std::string& FileName_Date, std::string& FileName_No,
                                              const std::string& FolderName) {
-  if (device.t_LogSaveFormat == 2) {
+  if (device.t_LogSaveFormat == 1 && device.ExcelInstallCheck == 1) {
+    WriteChWorkbook(Output_ch, USB_Probe, USB_IO, device, FileName_Date, FileName_No, FolderName);
+  } else if (device.t_LogSaveFormat == 2) {
     WriteTextLog(Output_ch, USB_Probe, USB_IO, device, FileName_Date, FileName_No, FolderName);
   }
 }

@@ -9,10 +9,10 @@
 #include "devices/USB_IO_IF.h"
 #include "logging/StringBuilder.h"
 #include "logging/log_environment.h"
+#include "spreadsheet/ExcelApplication.h"
+#include "spreadsheet/compact_cell_table.h"
 
 namespace tavelin {
-
-class ExcelApplication;
 
 // The log writer of a sampling run: rows go to a memory buffer, and a file
 // is written at each rollover and at the end of the run. The text log is
@@ -27,6 +27,12 @@ class Excel_OutputDB {
   double StartTime = 0.0;
   double hardware_information = 0.0;
   std::shared_ptr<ExcelApplication> objExcel;
+
+  // The row buffers of the spreadsheet log, 20,001 rows of 129 texts; their
+  // Get and Let take the row and the column.
+  CompactCellTable& Time_ID_DLC_Data1() { return data1_; }
+  CompactCellTable& Time_ID_DLC_Data2() { return data2_; }
+  static void Arayy_ALL_Clear_zero_string(int32_t rows, int32_t columns, CompactCellTable& array);
 
   std::vector<std::string> Excel_ColumnTitle;
   std::string csv_Header_Top;
@@ -45,6 +51,10 @@ class Excel_OutputDB {
   void DataInput_for_bit_to_text(StringBuilder& buffer, USB_IO_IF& USB_IO, double now_time);
   void DataInput_for_ch_to_text(StringBuilder& buffer, USB_IO_IF& USB_IO, double now_time);
   void DataInput_for_AN_to_text(StringBuilder& buffer, KVR_USB_Probe& USB_Probe, double now_time);
+  void DataInput_for_bit_to_excel(CompactCellTable& array, USB_IO_IF& USB_IO, double now_time);
+  void DataInput_for_ch_to_excel(CompactCellTable& array, USB_IO_IF& USB_IO, double now_time);
+  void DataInput_for_AN_to_excel(CompactCellTable& array, KVR_USB_Probe& USB_Probe,
+                                 double now_time);
 
   // Files: buffer Output_ch (1 or 2) to a new log file.
   void Excel_DataOutput(int32_t Output_ch, KVR_USB_Probe* USB_Probe, USB_IO_IF& USB_IO,
@@ -71,6 +81,15 @@ class Excel_OutputDB {
   int32_t FilesWritten() const { return filesWritten_; }
 
  private:
+  // The spreadsheet branches of the two kinds of file.
+  void WriteBitWorkbook(int32_t Output_ch, USB_IO_IF& USB_IO, ELM327_Info& device,
+                        std::string& FileName_Date, std::string& FileName_No,
+                        const std::string& FolderName);
+  void WriteChWorkbook(int32_t Output_ch, KVR_USB_Probe* USB_Probe, USB_IO_IF& USB_IO,
+                       ELM327_Info& device, std::string& FileName_Date, std::string& FileName_No,
+                       const std::string& FolderName);
+  CompactCellTable& ActiveArray() { return Excel_DB_ArayyCh == 1 ? data1_ : data2_; }
+  ExcelApplication& Application();
   // The text branch, the same for both kinds of file.
   void WriteTextLog(int32_t Output_ch, KVR_USB_Probe* USB_Probe, USB_IO_IF& USB_IO,
                     ELM327_Info& device, std::string& FileName_Date, std::string& FileName_No,
@@ -81,6 +100,8 @@ class Excel_OutputDB {
   void EndRow(StringBuilder& buffer);
 
   LogEnvironment environment_;
+  CompactCellTable data1_;
+  CompactCellTable data2_;
   std::string row_;
   int64_t rowsLogged_ = 0;
   int32_t filesWritten_ = 0;

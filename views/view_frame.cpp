@@ -6,6 +6,7 @@
 #include <QMenuBar>
 
 #include "app/Form1.h"
+#include "app/excel_check.h"
 #include "dialogs/FormVersion.h"
 #include "views/design_units.h"
 
@@ -289,10 +290,7 @@ void ViewFrame::Pic_Connect_Click() {
     return;  // Refused: only Disconnect leads out
   }
   device->t_LogComment = S(FirstCharacters(comment, kCommentLength));
-  if (SpreadsheetLogged()) {
-    // The workbook application is not built in yet: a call on it fails.
-    throw std::runtime_error("the workbook application cannot be created");
-  }
+  if (SpreadsheetLogged()) objExcel = OpenExcelForRun();
   TB_Status_Box->setText(QStringLiteral("通信初期処理中"));
   TB_Status_Box->repaint();
   if (design_.ledClearAtConnect == FrameDesign::LedClear::AfterStatus) ClearBitLEDs();
@@ -319,8 +317,11 @@ void ViewFrame::Pic_Disconnect_Click() {
   SetMenusEnabled(true);
   SetCommentLook(false);
   if (SpreadsheetLogged()) {
-    if (!objExcel)
+    // No test for an empty objExcel: after a refused connect this fails.
+    if (!objExcel) {
       throw std::runtime_error("objExcel is empty: the workbook application cannot quit");
+    }
+    CloseExcelAfterRun(*objExcel);
     objExcel.reset();
   }
 }

@@ -1,7 +1,7 @@
 # Records half a second of the demo bench and checks the csv it leaves.
 file(REMOVE_RECURSE ${OUT})
 file(MAKE_DIRECTORY ${OUT})
-execute_process(COMMAND ${CLI} record --mode 3 --seconds 0.5 --sampling 50 --folder ${OUT}
+execute_process(COMMAND ${CLI} record --mode 3 --seconds 0.5 --sampling 50 --format csv --folder ${OUT}
                 RESULT_VARIABLE result ERROR_VARIABLE progress)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "record failed (${result}): ${progress}")

@@ -22,9 +22,9 @@ TEST(RunOptions, ReadsModeAndSeconds) {
 
 TEST(RunOptions, RefusesBadArgumentsWithAReason) {
   const std::vector<std::vector<std::string>> bad = {
-      {"--mode", "0"},           {"--mode", "5"},       {"--mode", "3x"}, {"--mode"},
-      {"--seconds", "-1"},       {"--seconds", "soon"}, {"--colour"},     {"--sampling", "0"},
-      {"--sampling", "3600001"}, {"--folder"}};
+      {"--mode", "0"},           {"--mode", "5"},       {"--mode", "3x"},   {"--mode"},
+      {"--seconds", "-1"},       {"--seconds", "soon"}, {"--colour"},       {"--sampling", "0"},
+      {"--sampling", "3600001"}, {"--folder"},          {"--format", "ods"}};
   for (const auto& args : bad) {
     std::string error;
     EXPECT_FALSE(ParseRunOptions(args, true, error)) << args[0];

@@ -4,6 +4,7 @@
 
 #include "gui_support.h"
 #include "logging/log_test_support.h"
+#include "spreadsheet/ExcelApplication.h"
 #include "views/design_units.h"
 
 namespace tavelin::test {
@@ -134,11 +135,11 @@ class ViewFrameTest : public QObject {
     ProgramFolder folder;
     SaveSettings(folder, 3, [](ELM327_Info& device) {
       device.t_LogSave_Enable = 1;
+      device.t_LogSaveFormat = 2;
       device.t_LogSampling = 10;
     });
     Simulation simulation("usbio 0 prepared constant 1\n");
     const auto booted = Boot(folder);
-    QCOMPARE(booted->form1->device.t_LogSaveFormat, 2);  // no workbook application
     ViewFrame& view = *booted->form1->ShownView();
     QString status;
     RunFor(view, 100, [&] { status = view.TB_Status_Box->text(); });
@@ -151,6 +152,55 @@ class ViewFrameTest : public QObject {
       QVERIFY(text.contains(QStringLiteral("ch0 ：0Ch\r\n")));
     }
     QCOMPARE(logs, 1);
+  }
+
+  void aSpreadsheetRunMakesItsApplicationAndQuitsItAtDisconnect() {
+    ProgramFolder folder;
+    SaveSettings(folder, 1, [](ELM327_Info& device) {
+      device.t_LogSave_Enable = 1;
+      device.t_LogSampling = 10;
+    });
+    Simulation simulation("usbio 0 prepared constant 1\n");
+    const auto booted = Boot(folder);
+    QCOMPARE(booted->form1->device.ExcelInstallCheck, 1);
+    QCOMPARE(booted->form1->device.t_LogSaveFormat, 1);
+    ViewFrame& view = *booted->form1->ShownView();
+    std::shared_ptr<ExcelApplication> during;
+    QString status;
+    RunFor(view, 100, [&] {
+      during = view.objExcel;
+      status = view.TB_Status_Box->text();
+    });
+    QVERIFY(during != nullptr);
+    QVERIFY(!during->Visible);
+    QVERIFY(during->Quitted() && during->DisplayAlerts && during->ScreenUpdating);  // back on
+    QVERIFY(view.objExcel == nullptr);
+    QCOMPARE(status, QStringLiteral("通信中　ログ出力(Excel)"));
+    int workbooks = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+      workbooks += entry.path().extension() == ".xls";
+    }
+    QCOMPARE(workbooks, 1);
+  }
+
+  void aDisconnectAfterARefusedSpreadsheetConnectFails() {
+    ProgramFolder folder;
+    SaveSettings(folder, 1, [](ELM327_Info& device) {
+      device.t_LogSave_Enable = 1;
+      device.t_LogSave_subFolder = 1;
+    });
+    Simulation simulation("usbio 0 prepared constant 1\n");
+    const auto booted = Boot(folder);
+    ViewFrame& view = *booted->form1->ShownView();
+    view.TB_LogComment->setText(QString());
+    view.Pic_Connect_Click();  // refused before the application was made
+    bool failed = false;
+    try {
+      view.Pic_Disconnect_Click();
+    } catch (const std::runtime_error&) {
+      failed = true;  // the program's error report ends it here
+    }
+    QVERIFY(failed);
   }
 
   void menusCarryTheirCaptions() {

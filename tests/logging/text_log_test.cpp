@@ -131,13 +131,24 @@ TEST_F(TextLog, FileBytesAreCp932WithoutMarkAndWithCrLf) {
   }
 }
 
-TEST_F(TextLog, TheSpreadsheetFormatWritesNoTextFile) {
+TEST_F(TextLog, TheSpreadsheetFormatWritesAWorkbookAndNoText) {
   device.t_LogSaveFormat = 1;
   device.ExcelInstallCheck = 1;
+  log.objExcel = std::make_shared<ExcelApplication>();
   devices.PlugModules({0});
   WriteWithRows(1, {1});
   EXPECT_FALSE(std::filesystem::exists(path));
-  EXPECT_EQ(log.Excel_DB_ArayyCounter, 0);
+  EXPECT_TRUE(std::filesystem::exists(bench.program.Path() / "SD26030214-001.xls"));
+  EXPECT_EQ(log.Time_ID_DLC_Data1().Get(0, 0), "");  // emptied after the file
+}
+
+TEST_F(TextLog, WithoutTheWorkbookApplicationTheSpreadsheetFormatWritesNothing) {
+  device.t_LogSaveFormat = 1;
+  device.ExcelInstallCheck = 0;
+  devices.PlugModules({0});
+  WriteWithRows(1, {1});
+  EXPECT_TRUE(std::filesystem::is_empty(bench.program.Path()));
+  EXPECT_EQ(log.Time_ID_DLC_Data1().Get(0, 0), "1");  // not emptied: new rows go over it
 }
 
 }  // namespace

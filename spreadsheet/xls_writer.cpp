@@ -1,0 +1,876 @@
+#include "spreadsheet/xls_writer.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <map>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/file_system.h"
+#include "spreadsheet/number_cells.h"
+
+namespace tavelin {
+namespace {
+
+// ---- bytes ----
+
+void U8(std::string& out, uint8_t v) {
+  out += static_cast<char>(v);
+}
+void U16(std::string& out, uint16_t v) {
+  const char bytes[2] = {static_cast<char>(v), static_cast<char>(v >> 8)};
+  out.append(bytes, 2);
+}
+void U32(std::string& out, uint32_t v) {
+  const char bytes[4] = {static_cast<char>(v), static_cast<char>(v >> 8),
+                         static_cast<char>(v >> 16), static_cast<char>(v >> 24)};
+  out.append(bytes, 4);
+}
+void F64(std::string& out, double v) {
+  const auto bits = std::bit_cast<uint64_t>(v);
+  U32(out, static_cast<uint32_t>(bits));
+  U32(out, static_cast<uint32_t>(bits >> 32));
+}
+void PatchU16(std::string& out, std::size_t at, uint16_t v) {
+  out[at] = static_cast<char>(v);
+  out[at + 1] = static_cast<char>(v >> 8);
+}
+void PatchU32(std::string& out, std::size_t at, uint32_t v) {
+  for (int i = 0; i < 4; ++i) out[at + i] = static_cast<char>(v >> (8 * i));
+}
+
+constexpr std::size_t kMaxRecordData = 8224;
+
+// A record whose length is filled in when it ends.
+class Record {
+ public:
+  Record(std::string& out, uint16_t id) : out_(out), start_(out.size()) {
+    U16(out, id);
+    U16(out, 0);
+  }
+  ~Record() { PatchU16(out_, start_ + 2, static_cast<uint16_t>(out_.size() - start_ - 4)); }
+  Record(const Record&) = delete;
+  Record& operator=(const Record&) = delete;
+
+ private:
+  std::string& out_;
+  std::size_t start_;
+};
+
+void Simple16(std::string& out, uint16_t id, uint16_t value) {
+  Record record(out, id);
+  U16(out, value);
+}
+
+// UTF-8 to UTF-16 code units.
+std::u16string Utf16(std::string_view utf8) {
+  std::u16string out;
+  for (std::size_t i = 0; i < utf8.size();) {
+    const auto lead = static_cast<unsigned char>(utf8[i]);
+    char32_t cp = lead;
+    std::size_t length = 1;
+    if (lead >= 0xF0) {
+      cp = lead & 0x07;
+      length = 4;
+    } else if (lead >= 0xE0) {
+      cp = lead & 0x0F;
+      length = 3;
+    } else if (lead >= 0xC0) {
+      cp = lead & 0x1F;
+      length = 2;
+    }
+    for (std::size_t k = 1; k < length && i + k < utf8.size(); ++k) {
+      cp = (cp << 6) | (static_cast<unsigned char>(utf8[i + k]) & 0x3F);
+    }
+    i += length;
+    if (cp >= 0x10000) {
+      cp -= 0x10000;
+      out += static_cast<char16_t>(0xD800 + (cp >> 10));
+      out += static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
+    } else {
+      out += static_cast<char16_t>(cp);
+    }
+  }
+  return out;
+}
+
+bool Compressible(const std::u16string& text) {
+  return std::all_of(text.begin(), text.end(), [](char16_t c) { return c <= 0xFF; });
+}
+
+void Characters(std::string& out, const std::u16string& text, bool compressed) {
+  for (char16_t c : text) {
+    if (compressed) {
+      U8(out, static_cast<uint8_t>(c));
+    } else {
+      U16(out, c);
+    }
+  }
+}
+
+// A short text with a one-byte count, as in FONT and BOUNDSHEET.
+void ShortText(std::string& out, std::string_view utf8) {
+  const std::u16string text = Utf16(utf8);
+  const bool compressed = Compressible(text);
+  U8(out, static_cast<uint8_t>(text.size()));
+  U8(out, compressed ? 0 : 1);
+  Characters(out, text, compressed);
+}
+
+// ---- styles ----
+
+struct StyleTable {
+  std::map<double, uint16_t> fonts;  // size -> font index (0 is the sheet font)
+  std::map<CellStyle, uint16_t> xfs;
+  std::vector<CellStyle> order;
+  CellStyle sheetDefault;
+
+  explicit StyleTable(double sheetFontSize) {
+    sheetDefault.fontSize = sheetFontSize;
+    fonts[sheetFontSize] = 0;
+  }
+
+  uint16_t FontOf(double size) {
+    const auto found = fonts.find(size);
+    if (found != fonts.end()) return found->second;
+    const auto index = static_cast<uint16_t>(fonts.size() + 4);  // 1-3 copy 0, 4 never exists
+    fonts[size] = index;
+    return index;
+  }
+
+  uint16_t XfOf(const CellStyle& style) {
+    if (style == sheetDefault) return 15;
+    const auto found = xfs.find(style);
+    if (found != xfs.end()) return found->second;
+    FontOf(style.fontSize);
+    const auto index = static_cast<uint16_t>(16 + order.size());
+    xfs[style] = index;
+    order.push_back(style);
+    return index;
+  }
+};
+
+void Xf(std::string& out, uint16_t font, bool styleXf, const CellStyle& style) {
+  Record record(out, 0x00E0);
+  U16(out, font);
+  U16(out, 0);                          // General
+  U16(out, styleXf ? 0xFFF5 : 0x0001);  // locked; style XF with parent 0xFFF
+  U8(out, static_cast<uint8_t>((style.alignRight ? 3 : 0) | (2 << 4)));  // bottom
+  U8(out, 0);
+  U8(out, 0);
+  U8(out, styleXf ? 0xF4 : 0xF8);
+  const uint32_t line = style.border ? 1 : 0;
+  const uint32_t lineColour = style.border ? 8 : 0;
+  U32(out,
+      line | (line << 4) | (line << 8) | (line << 12) | (lineColour << 16) | (lineColour << 23));
+  const uint32_t pattern = style.fill != 0 ? 1 : 0;
+  U32(out, lineColour | (lineColour << 7) | (pattern << 26));
+  U16(out, static_cast<uint16_t>((style.fill != 0 ? style.fill : 64) | (65 << 7)));
+}
+
+void Font(std::string& out, double size) {
+  Record record(out, 0x0031);
+  U16(out, static_cast<uint16_t>(std::lround(size * 20)));
+  U16(out, 0);
+  U16(out, 0x7FFF);
+  U16(out, 400);
+  U16(out, 0);
+  U8(out, 0);
+  U8(out, 0);
+  U8(out, 128);  // Shift-JIS: the logs are Japanese
+  U8(out, 0);
+  ShortText(out, "ＭＳ Ｐゴシック");
+}
+
+// ---- shared strings ----
+
+struct SharedStrings {
+  std::unordered_map<std::string, uint32_t> index;
+  std::vector<std::u16string> strings;
+  uint32_t references = 0;
+
+  uint32_t Of(std::string_view text) {
+    ++references;
+    const auto found = index.find(std::string(text));
+    if (found != index.end()) return found->second;
+    const auto i = static_cast<uint32_t>(strings.size());
+    index.emplace(std::string(text), i);
+    strings.push_back(Utf16(text));
+    return i;
+  }
+};
+
+// SST with CONTINUE records, and EXTSST with the place of every bucket's
+// first string. `streamOffset` is where the SST record starts in the stream.
+void WriteSharedStrings(std::string& out, const SharedStrings& sst) {
+  const std::size_t perBucket = std::max<std::size_t>(sst.strings.size() / 128 + 1, 8);
+  std::vector<std::pair<uint32_t, uint16_t>> buckets;  // absolute offset, offset in record
+
+  std::size_t recordStart = out.size();
+  U16(out, 0x00FC);
+  U16(out, 0);
+  U32(out, sst.references);
+  U32(out, static_cast<uint32_t>(sst.strings.size()));
+  const auto endRecord = [&] {
+    PatchU16(out, recordStart + 2, static_cast<uint16_t>(out.size() - recordStart - 4));
+  };
+  const auto room = [&] { return kMaxRecordData - (out.size() - recordStart - 4); };
+  const auto continueRecord = [&] {
+    endRecord();
+    recordStart = out.size();
+    U16(out, 0x003C);
+    U16(out, 0);
+  };
+
+  for (std::size_t i = 0; i < sst.strings.size(); ++i) {
+    const std::u16string& text = sst.strings[i];
+    const bool compressed = Compressible(text);
+    const std::size_t charBytes = compressed ? 1 : 2;
+    if (room() < 3 + charBytes) continueRecord();  // never split the count and flags
+    if (i % perBucket == 0) {
+      buckets.emplace_back(static_cast<uint32_t>(out.size()),
+                           static_cast<uint16_t>(out.size() - recordStart));
+    }
+    U16(out, static_cast<uint16_t>(text.size()));
+    U8(out, compressed ? 0 : 1);
+    std::size_t done = 0;
+    while (done < text.size()) {
+      const std::size_t fits = std::min(text.size() - done, room() / charBytes);
+      Characters(out, text.substr(done, fits), compressed);
+      done += fits;
+      if (done < text.size()) {
+        continueRecord();
+        U8(out, compressed ? 0 : 1);  // the characters go on after a repeated flags byte
+      }
+    }
+  }
+  endRecord();
+
+  Record extsst(out, 0x00FF);
+  U16(out, static_cast<uint16_t>(perBucket));
+  for (const auto& [absolute, inRecord] : buckets) {
+    U32(out, absolute);
+    U16(out, inRecord);
+    U16(out, 0);
+  }
+}
+
+// ---- cells ----
+
+struct OutCell {
+  int column;
+  enum class Kind { Rk, Number, Text, Blank } kind;
+  uint32_t rk;
+  double number;
+  uint32_t sst;
+  uint16_t xf;
+};
+
+void WriteCells(std::string& out, int row, const std::vector<OutCell>& cells) {
+  for (std::size_t i = 0; i < cells.size();) {
+    const OutCell& cell = cells[i];
+    if (cell.kind == OutCell::Kind::Rk) {
+      std::size_t end = i + 1;
+      while (end < cells.size() && end - i < 256 && cells[end].kind == OutCell::Kind::Rk &&
+             cells[end].column == cells[end - 1].column + 1) {
+        ++end;
+      }
+      if (end - i >= 2) {
+        Record record(out, 0x00BD);
+        U16(out, static_cast<uint16_t>(row));
+        U16(out, static_cast<uint16_t>(cell.column));
+        for (std::size_t k = i; k < end; ++k) {
+          U16(out, cells[k].xf);
+          U32(out, cells[k].rk);
+        }
+        U16(out, static_cast<uint16_t>(cells[end - 1].column));
+      } else {
+        Record record(out, 0x027E);
+        U16(out, static_cast<uint16_t>(row));
+        U16(out, static_cast<uint16_t>(cell.column));
+        U16(out, cell.xf);
+        U32(out, cell.rk);
+      }
+      i = end;
+      continue;
+    }
+    switch (cell.kind) {
+      case OutCell::Kind::Number: {
+        Record record(out, 0x0203);
+        U16(out, static_cast<uint16_t>(row));
+        U16(out, static_cast<uint16_t>(cell.column));
+        U16(out, cell.xf);
+        F64(out, cell.number);
+        break;
+      }
+      case OutCell::Kind::Text: {
+        Record record(out, 0x00FD);
+        U16(out, static_cast<uint16_t>(row));
+        U16(out, static_cast<uint16_t>(cell.column));
+        U16(out, cell.xf);
+        U32(out, cell.sst);
+        break;
+      }
+      default: {
+        Record record(out, 0x0201);
+        U16(out, static_cast<uint16_t>(row));
+        U16(out, static_cast<uint16_t>(cell.column));
+        U16(out, cell.xf);
+        break;
+      }
+    }
+    ++i;
+  }
+}
+
+constexpr long kBlankLayerLimit = 65536;  // larger format ranges only restyle filled cells
+
+long Area(const CellRect& r) {
+  return static_cast<long>(r.bottom - r.top + 1) * (r.right - r.left + 1);
+}
+
+// The sheet's cell records, with the shared strings and styles they use.
+struct SheetCells {
+  std::string records;
+  int firstRow = -1, lastRow = -1, firstColumn = 256, lastColumn = -1;
+};
+
+SheetCells BuildCells(const SheetData& sheet, StyleTable& styles, SharedStrings& sst) {
+  SheetCells result;
+  result.records.reserve(1 << 20);
+  int lastRow = -1;
+  for (const auto& [place, text] : sheet.texts) lastRow = std::max(lastRow, place.first);
+  for (const auto& block : sheet.blocks) lastRow = std::max(lastRow, block.rect.bottom);
+  std::vector<const StyleLayer*> smallLayers;
+  for (const auto& layer : sheet.layers) {
+    if (Area(layer.rect) <= kBlankLayerLimit) {
+      smallLayers.push_back(&layer);
+      lastRow = std::max(lastRow, layer.rect.bottom);
+    }
+  }
+  if (lastRow < 0) return result;
+  result.records.reserve(static_cast<std::size_t>(lastRow + 1) * 800);
+
+  std::vector<std::string_view> blockTexts;
+  std::vector<OutCell> cells;
+  std::vector<uint8_t> decided(256);  // the value of the column is settled
+  std::vector<uint8_t> written(256);  // a record is made for the column
+  std::vector<const StyleLayer*> rowLayers;
+  for (int row = 0; row <= lastRow; ++row) {
+    cells.clear();
+    std::fill(decided.begin(), decided.end(), 0);
+    std::fill(written.begin(), written.end(), 0);
+    rowLayers.clear();
+    for (const auto& layer : sheet.layers) {
+      if (row >= layer.rect.top && row <= layer.rect.bottom) rowLayers.push_back(&layer);
+    }
+    const auto styleAt = [&](int column) {
+      if (rowLayers.empty()) return uint16_t{15};
+      CellStyle style = styles.sheetDefault;
+      for (const StyleLayer* layer : rowLayers) {
+        if (column < layer->rect.left || column > layer->rect.right) continue;
+        switch (layer->property) {
+          case StyleLayer::Property::FontSize:
+            style.fontSize = layer->value;
+            break;
+          case StyleLayer::Property::Fill:
+            style.fill = static_cast<int>(layer->value);
+            break;
+          case StyleLayer::Property::Border:
+            style.border = layer->value == 1.0;
+            break;
+          case StyleLayer::Property::AlignRight:
+            style.alignRight = layer->value != 0.0;
+            break;
+        }
+      }
+      return styles.XfOf(style);
+    };
+    const auto addValue = [&](int column, std::string_view text) {
+      const auto at = static_cast<std::size_t>(column);
+      decided[at] = 1;
+      if (text.empty()) return;  // an empty text leaves the cell blank
+      written[at] = 1;
+      OutCell cell{column, OutCell::Kind::Text, 0, 0.0, 0, styleAt(column)};
+      if (const auto number = NumberOfText(text)) {
+        cell.number = *number;
+        cell.kind = EncodeRk(*number, cell.rk) ? OutCell::Kind::Rk : OutCell::Kind::Number;
+      } else {
+        cell.sst = sst.Of(text);
+      }
+      cells.push_back(cell);
+    };
+    const auto firstText = sheet.texts.lower_bound({row, 0});
+    const bool rowHasTexts = firstText != sheet.texts.end() && firstText->first.first == row;
+    // Values: where a pushed block and a single text meet, the newer wins.
+    for (auto block = sheet.blocks.rbegin(); block != sheet.blocks.rend(); ++block) {
+      if (row < block->rect.top || row > block->rect.bottom) continue;
+      const int width = block->rect.right - block->rect.left + 1;
+      block->grid->Row(row - block->rect.top, width, blockTexts);
+      for (int k = 0; k < width; ++k) {
+        const int column = block->rect.left + k;
+        if (decided[static_cast<std::size_t>(column)]) continue;
+        if (rowHasTexts) {
+          const auto text = sheet.texts.find({row, column});
+          if (text != sheet.texts.end() && text->second.order > block->order) continue;
+        }
+        addValue(column, blockTexts[static_cast<std::size_t>(k)]);
+      }
+    }
+    for (auto text = firstText;
+         rowHasTexts && text != sheet.texts.end() && text->first.first == row; ++text) {
+      if (!decided[static_cast<std::size_t>(text->first.second)]) {
+        addValue(text->first.second, text->second.text);
+      }
+    }
+    // Formatted cells without a value still show their format.
+    for (const StyleLayer* layer : smallLayers) {
+      if (row < layer->rect.top || row > layer->rect.bottom) continue;
+      for (int column = layer->rect.left; column <= layer->rect.right; ++column) {
+        const auto at = static_cast<std::size_t>(column);
+        if (written[at]) continue;
+        written[at] = 1;
+        cells.push_back({column, OutCell::Kind::Blank, 0, 0.0, 0, styleAt(column)});
+      }
+    }
+    if (cells.empty()) continue;
+    std::sort(cells.begin(), cells.end(),
+              [](const OutCell& a, const OutCell& b) { return a.column < b.column; });
+    std::string& out = result.records;
+    {
+      Record record(out, 0x0208);
+      U16(out, static_cast<uint16_t>(row));
+      U16(out, static_cast<uint16_t>(cells.front().column));
+      U16(out, static_cast<uint16_t>(cells.back().column + 1));
+      U16(out, 255);
+      U16(out, 0);
+      U16(out, 0);
+      U16(out, 0x0100);
+      U16(out, 15);
+    }
+    WriteCells(out, row, cells);
+    if (result.firstRow < 0) result.firstRow = row;
+    result.lastRow = row;
+    result.firstColumn = std::min(result.firstColumn, cells.front().column);
+    result.lastColumn = std::max(result.lastColumn, cells.back().column);
+  }
+  return result;
+}
+
+// ---- the two substreams ----
+
+void Bof(std::string& out, uint16_t type) {
+  Record record(out, 0x0809);
+  U16(out, 0x0600);
+  U16(out, type);
+  U16(out, 0x0DBB);
+  U16(out, 0x07CC);
+  U32(out, 0);
+  U32(out, 6);
+}
+
+void Eof(std::string& out) {
+  Record record(out, 0x000A);
+}
+
+// The sheet substream is its head, the cell records, and its tail.
+struct SheetParts {
+  std::string head;
+  std::string tail;
+};
+
+SheetParts SheetStream(const SheetData& sheet, const SheetCells& cells) {
+  SheetParts parts;
+  std::string& out = parts.head;
+  Bof(out, 0x0010);
+  Simple16(out, 0x000D, 1);
+  Simple16(out, 0x000C, 100);
+  Simple16(out, 0x000F, 1);
+  Simple16(out, 0x0011, 0);
+  {
+    Record record(out, 0x0010);
+    F64(out, 0.001);
+  }
+  Simple16(out, 0x005F, 1);
+  Simple16(out, 0x002A, 0);
+  Simple16(out, 0x002B, 0);
+  Simple16(out, 0x0082, 1);
+  {
+    Record record(out, 0x0080);
+    for (int i = 0; i < 4; ++i) U16(out, 0);
+  }
+  {
+    Record record(out, 0x0225);
+    U16(out, 0);
+    U16(out, 255);
+  }
+  Simple16(out, 0x0081, 0x04C1);
+  { Record header(out, 0x0014); }
+  { Record footer(out, 0x0015); }
+  Simple16(out, 0x0083, 0);
+  Simple16(out, 0x0084, 0);
+  {
+    Record record(out, 0x00A1);
+    U16(out, 9);  // A4
+    U16(out, 100);
+    U16(out, 1);
+    U16(out, 1);
+    U16(out, 1);
+    U16(out, 0x0004);
+    U16(out, 0);
+    U16(out, 0);
+    F64(out, 0.5);
+    F64(out, 0.5);
+    U16(out, 1);
+  }
+  Simple16(out, 0x0055, 8);
+  for (auto width = sheet.columnWidths.begin(); width != sheet.columnWidths.end();) {
+    auto last = width;
+    while (std::next(last) != sheet.columnWidths.end() &&
+           std::next(last)->first == last->first + 1 && std::next(last)->second == width->second) {
+      ++last;
+    }
+    Record record(out, 0x007D);
+    U16(out, static_cast<uint16_t>(width->first));
+    U16(out, static_cast<uint16_t>(last->first));
+    U16(out, static_cast<uint16_t>(std::lround(std::floor(width->second * 256.0))));
+    U16(out, 15);
+    U16(out, 0x0002);
+    U16(out, 0);
+    width = std::next(last);
+  }
+  if (sheet.autoFilter) {
+    Simple16(out, 0x009D,
+             static_cast<uint16_t>(sheet.autoFilter->right - sheet.autoFilter->left + 1));
+  }
+  {
+    Record record(out, 0x0200);
+    const bool any = cells.firstRow >= 0;
+    U32(out, any ? static_cast<uint32_t>(cells.firstRow) : 0);
+    U32(out, any ? static_cast<uint32_t>(cells.lastRow + 1) : 0);
+    U16(out, any ? static_cast<uint16_t>(cells.firstColumn) : 0);
+    U16(out, any ? static_cast<uint16_t>(cells.lastColumn + 1) : 0);
+    U16(out, 0);
+  }
+  std::string& tail = parts.tail;
+  {
+    std::string& out = tail;
+    Record record(out, 0x023E);
+    U16(out, 0x06B6);
+    U16(out, 0);
+    U16(out, 0);
+    U32(out, 64);
+    U16(out, 0);
+    U16(out, 0);
+    U32(out, 0);
+  }
+  for (std::size_t first = 0; first < sheet.merges.size(); first += 1026) {
+    const std::size_t count = std::min<std::size_t>(1026, sheet.merges.size() - first);
+    Record record(tail, 0x00E5);
+    U16(tail, static_cast<uint16_t>(count));
+    for (std::size_t i = first; i < first + count; ++i) {
+      const CellRect& merge = sheet.merges[i];
+      U16(tail, static_cast<uint16_t>(merge.top));
+      U16(tail, static_cast<uint16_t>(merge.bottom));
+      U16(tail, static_cast<uint16_t>(merge.left));
+      U16(tail, static_cast<uint16_t>(merge.right));
+    }
+  }
+  Eof(tail);
+  return parts;
+}
+
+std::string GlobalsStream(const SheetData& sheet, const StyleTable& styles,
+                          const SharedStrings& sst, std::size_t& boundSheetOffsetAt) {
+  std::string out;
+  Bof(out, 0x0005);
+  Simple16(out, 0x00E1, 1200);
+  {
+    Record record(out, 0x00C1);
+    U8(out, 0);
+    U8(out, 0);
+  }
+  { Record record(out, 0x00E2); }
+  {
+    Record record(out, 0x005C);
+    const std::size_t start = out.size();
+    const std::string user = "Tavelin";
+    U16(out, static_cast<uint16_t>(user.size()));
+    U8(out, 0);
+    out += user;
+    out.append(112 - (out.size() - start), ' ');
+  }
+  Simple16(out, 0x0042, 1200);
+  Simple16(out, 0x0161, 0);
+  Simple16(out, 0x013D, 1);
+  for (uint16_t id : {0x0019, 0x0012, 0x0013, 0x01AF, 0x01BC}) Simple16(out, id, 0);
+  {
+    Record record(out, 0x003D);
+    U16(out, 0);
+    U16(out, 0);
+    U16(out, 0x4000);
+    U16(out, 0x2000);
+    U16(out, 0x0038);
+    U16(out, 0);
+    U16(out, 0);
+    U16(out, 1);
+    U16(out, 600);
+  }
+  Simple16(out, 0x0040, 0);
+  Simple16(out, 0x008D, 0);
+  Simple16(out, 0x0022, 0);
+  Simple16(out, 0x000E, 1);
+  Simple16(out, 0x01B7, 0);
+  Simple16(out, 0x00DA, 0);
+  // Fonts 0 to 3 are the sheet font; index 4 never exists; ours follow.
+  std::vector<double> fonts(4, styles.sheetDefault.fontSize);
+  std::vector<std::pair<uint16_t, double>> own;
+  for (const auto& [size, index] : styles.fonts) {
+    if (index >= 5) own.emplace_back(index, size);
+  }
+  std::sort(own.begin(), own.end());
+  for (const auto& [index, size] : own) fonts.push_back(size);
+  for (double size : fonts) Font(out, size);
+  const CellStyle plain = styles.sheetDefault;
+  for (int i = 0; i < 15; ++i) Xf(out, 0, true, plain);
+  Xf(out, 0, false, plain);
+  for (const CellStyle& style : styles.order) {
+    Xf(out, styles.fonts.at(style.fontSize), false, style);
+  }
+  {
+    Record record(out, 0x0293);
+    U16(out, 0x8000);
+    U8(out, 0);
+    U8(out, 0xFF);
+  }
+  Simple16(out, 0x0160, 1);
+  {
+    Record record(out, 0x0085);
+    boundSheetOffsetAt = out.size();
+    U32(out, 0);
+    U8(out, 0);
+    U8(out, 0);
+    ShortText(out, "Sheet1");
+  }
+  {
+    Record record(out, 0x008C);
+    U16(out, 1);
+    U16(out, 1);
+  }
+  if (sheet.autoFilter) {
+    {
+      Record record(out, 0x01AE);
+      U16(out, 1);
+      U16(out, 0x0401);
+    }
+    {
+      Record record(out, 0x0017);
+      U16(out, 1);
+      U16(out, 0);
+      U16(out, 0);
+      U16(out, 0);
+    }
+    Record record(out, 0x0018);
+    U16(out, 0x0021);  // hidden, built in
+    U8(out, 0);
+    U8(out, 1);
+    U16(out, 11);
+    U16(out, 0);
+    U16(out, 1);  // the first sheet
+    U32(out, 0);
+    U8(out, 0);
+    U8(out, 0x0D);  // _FilterDatabase
+    U8(out, 0x3B);
+    U16(out, 0);
+    U16(out, static_cast<uint16_t>(sheet.autoFilter->top));
+    U16(out, static_cast<uint16_t>(sheet.autoFilter->bottom));
+    U16(out, static_cast<uint16_t>(sheet.autoFilter->left));
+    U16(out, static_cast<uint16_t>(sheet.autoFilter->right));
+  }
+  WriteSharedStrings(out, sst);
+  Eof(out);
+  return out;
+}
+
+}  // namespace
+
+bool EncodeRk(double value, uint32_t& rk) {
+  constexpr double kLimit = 536870912.0;  // 2^29
+  if (value == std::trunc(value) && value >= -kLimit && value < kLimit) {
+    rk = (static_cast<uint32_t>(static_cast<int32_t>(value)) << 2) | 2;
+    return true;
+  }
+  const double hundred = std::round(value * 100.0);
+  if (hundred >= -kLimit && hundred < kLimit && hundred / 100.0 == value) {
+    rk = (static_cast<uint32_t>(static_cast<int32_t>(hundred)) << 2) | 3;
+    return true;
+  }
+  const auto bits = std::bit_cast<uint64_t>(value);
+  if ((bits & 0x3FFFFFFFFull) == 0) {
+    rk = static_cast<uint32_t>(bits >> 32) & ~3u;
+    return true;
+  }
+  return false;
+}
+
+namespace {
+
+// The Workbook stream in the order it is written: globals, sheet head,
+// cell records, sheet tail. Only the cell records are large.
+struct StreamParts {
+  std::string globals;
+  SheetParts sheet;
+  SheetCells cells;
+  std::size_t Size() const {
+    return globals.size() + sheet.head.size() + cells.records.size() + sheet.tail.size();
+  }
+};
+
+StreamParts BuildStream(const SheetData& sheet) {
+  StyleTable styles(sheet.sheetFontSize);
+  SharedStrings sst;
+  StreamParts parts;
+  parts.cells = BuildCells(sheet, styles, sst);
+  std::size_t boundSheetOffsetAt = 0;
+  parts.globals = GlobalsStream(sheet, styles, sst, boundSheetOffsetAt);
+  PatchU32(parts.globals, boundSheetOffsetAt, static_cast<uint32_t>(parts.globals.size()));
+  parts.sheet = SheetStream(sheet, parts.cells);
+  return parts;
+}
+
+}  // namespace
+
+std::string XlsWorkbookStream(const SheetData& sheet) {
+  const StreamParts parts = BuildStream(sheet);
+  return parts.globals + parts.sheet.head + parts.cells.records + parts.sheet.tail;
+}
+
+// ---- compound file ----
+
+namespace {
+
+constexpr uint32_t kFreeSect = 0xFFFFFFFF;
+constexpr uint32_t kEndOfChain = 0xFFFFFFFE;
+constexpr uint32_t kFatSect = 0xFFFFFFFD;
+constexpr uint32_t kDifSect = 0xFFFFFFFC;
+constexpr std::size_t kSector = 512;
+
+void DirectoryEntry(std::string& out, std::string_view name, uint8_t type, uint32_t child,
+                    uint32_t start, uint32_t size) {
+  const std::size_t at = out.size();
+  out.append(128, '\0');
+  for (std::size_t i = 0; i < name.size(); ++i) out[at + 2 * i] = name[i];
+  PatchU16(out, at + 64, static_cast<uint16_t>(name.empty() ? 0 : (name.size() + 1) * 2));
+  out[at + 66] = static_cast<char>(type);
+  out[at + 67] = static_cast<char>(name.empty() ? 0 : 1);
+  PatchU32(out, at + 68, kFreeSect);
+  PatchU32(out, at + 72, kFreeSect);
+  PatchU32(out, at + 76, child);
+  PatchU32(out, at + 116, start);
+  PatchU32(out, at + 120, size);
+}
+
+}  // namespace
+
+namespace {
+
+// What surrounds a stream of `streamLength` bytes in a compound file: the
+// header before it, and the padding, directory and tables after it.
+struct CompoundFrame {
+  std::string header;
+  std::string tail;
+};
+
+CompoundFrame FrameFor(std::size_t streamLength) {
+  // A stream under 4096 bytes would belong in the mini stream: pad it.
+  const std::size_t length = std::max<std::size_t>(streamLength, 4096);
+  const std::size_t data = (length + kSector - 1) / kSector;
+  std::size_t fat = 1, difat = 0;
+  for (;;) {
+    const std::size_t total = data + 1 + fat + difat;
+    const std::size_t needFat = (total + 127) / 128;
+    const std::size_t needDifat = needFat > 109 ? (needFat - 109 + 126) / 127 : 0;
+    if (needFat == fat && needDifat == difat) break;
+    fat = needFat;
+    difat = needDifat;
+  }
+  const std::size_t directory = data;
+  const std::size_t firstFat = data + 1;
+  const std::size_t firstDifat = firstFat + fat;
+
+  std::string header;
+  header.reserve(kSector);
+  header.append("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8);
+  header.append(16, '\0');
+  U16(header, 0x003E);
+  U16(header, 3);
+  U16(header, 0xFFFE);
+  U16(header, 9);
+  U16(header, 6);
+  header.append(6, '\0');
+  U32(header, 0);
+  U32(header, static_cast<uint32_t>(fat));
+  U32(header, static_cast<uint32_t>(directory));
+  U32(header, 0);
+  U32(header, 0x1000);
+  U32(header, kEndOfChain);
+  U32(header, 0);
+  U32(header, difat > 0 ? static_cast<uint32_t>(firstDifat) : kEndOfChain);
+  U32(header, static_cast<uint32_t>(difat));
+  for (std::size_t i = 0; i < 109; ++i) {
+    U32(header, i < fat ? static_cast<uint32_t>(firstFat + i) : kFreeSect);
+  }
+
+  std::string tail;
+  tail.reserve((1 + fat + difat) * kSector);
+  DirectoryEntry(tail, "Root Entry", 5, 1, kEndOfChain, 0);
+  DirectoryEntry(tail, "Workbook", 2, kFreeSect, 0, static_cast<uint32_t>(length));
+  DirectoryEntry(tail, "", 0, kFreeSect, 0, 0);
+  DirectoryEntry(tail, "", 0, kFreeSect, 0, 0);
+  for (std::size_t s = 0; s < fat * 128; ++s) {
+    uint32_t next = kFreeSect;
+    if (s + 1 < data) {
+      next = static_cast<uint32_t>(s + 1);
+    } else if (s + 1 == data || s == directory) {
+      next = kEndOfChain;
+    } else if (s >= firstFat && s < firstFat + fat) {
+      next = kFatSect;
+    } else if (s >= firstDifat && s < firstDifat + difat) {
+      next = kDifSect;
+    }
+    U32(tail, next);
+  }
+  for (std::size_t d = 0; d < difat; ++d) {
+    for (std::size_t k = 0; k < 127; ++k) {
+      const std::size_t fatIndex = 109 + d * 127 + k;
+      U32(tail, fatIndex < fat ? static_cast<uint32_t>(firstFat + fatIndex) : kFreeSect);
+    }
+    U32(tail, d + 1 < difat ? static_cast<uint32_t>(firstDifat + d + 1) : kEndOfChain);
+  }
+
+  tail.insert(0, data * kSector - streamLength, '\0');
+  return {std::move(header), std::move(tail)};
+}
+
+}  // namespace
+
+std::string CompoundFile(std::string stream) {
+  CompoundFrame frame = FrameFor(stream.size());
+  return frame.header + stream + frame.tail;
+}
+
+void WriteXls(const SheetData& sheet, const std::string& path) {
+  const StreamParts parts = BuildStream(sheet);
+  const CompoundFrame frame = FrameFor(parts.Size());
+  TextStream file = CreateTextFile(path);
+  for (const std::string* part : {&frame.header, &parts.globals, &parts.sheet.head,
+                                  &parts.cells.records, &parts.sheet.tail, &frame.tail}) {
+    file.Write(*part);
+  }
+  file.Close();
+}
+
+}  // namespace tavelin
