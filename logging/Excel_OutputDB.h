@@ -88,6 +88,8 @@ class Excel_OutputDB {
   void WriteChWorkbook(int32_t Output_ch, KVR_USB_Probe* USB_Probe, USB_IO_IF& USB_IO,
                        ELM327_Info& device, std::string& FileName_Date, std::string& FileName_No,
                        const std::string& FolderName);
+  int16_t StartExcelRow(CompactCellTable& array, double now_time);
+  void FinishExcelRow();
   CompactCellTable& ActiveArray() { return Excel_DB_ArayyCh == 1 ? data1_ : data2_; }
   ExcelApplication& Application();
   // The text branch, the same for both kinds of file.

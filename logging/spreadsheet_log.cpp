@@ -69,11 +69,22 @@ ExcelApplication& Excel_OutputDB::Application() {
 
 // ---- rows ----
 
-void Excel_OutputDB::DataInput_for_bit_to_excel(CompactCellTable& array, USB_IO_IF& USB_IO,
-                                                double now_time) {
+// Column 0 of the next row: its time.
+int16_t Excel_OutputDB::StartExcelRow(CompactCellTable& array, double now_time) {
   const int16_t row = Row(Excel_DB_ArayyCounter);
   char text[kNumberTextSize];
   array.Let(row, 0, Text(now_time, text));
+  return row;
+}
+
+void Excel_OutputDB::FinishExcelRow() {
+  ++Excel_DB_ArayyCounter;
+  ++rowsLogged_;
+}
+
+void Excel_OutputDB::DataInput_for_bit_to_excel(CompactCellTable& array, USB_IO_IF& USB_IO,
+                                                double now_time) {
+  const int16_t row = StartExcelRow(array, now_time);
   int16_t column = 1;
   for (int32_t i = 0; i < USB_IO.max_device; ++i) {
     if (USB_IO.HidCh(TableIndex(i)) < 0) continue;
@@ -82,30 +93,26 @@ void Excel_OutputDB::DataInput_for_bit_to_excel(CompactCellTable& array, USB_IO_
       array.Let(row, column++, bit == 0 ? "0" : bit == 1 ? "1" : std::to_string(bit));
     }
   }
-  ++Excel_DB_ArayyCounter;
-  ++rowsLogged_;
+  FinishExcelRow();
 }
 
 void Excel_OutputDB::DataInput_for_ch_to_excel(CompactCellTable& array, USB_IO_IF& USB_IO,
                                                double now_time) {
-  const int16_t row = Row(Excel_DB_ArayyCounter);
+  const int16_t row = StartExcelRow(array, now_time);
   char text[kNumberTextSize];
-  array.Let(row, 0, Text(now_time, text));
   int16_t column = 1;
   for (int32_t i = 0; i < USB_IO.max_device; ++i) {
     const int16_t channel = TableIndex(i);
     if (USB_IO.HidCh(channel) < 0) continue;
     array.Let(row, column++, Text(USB_IO.USBIO_Value(channel), text));
   }
-  ++Excel_DB_ArayyCounter;
-  ++rowsLogged_;
+  FinishExcelRow();
 }
 
 void Excel_OutputDB::DataInput_for_AN_to_excel(CompactCellTable& array, KVR_USB_Probe& USB_Probe,
                                                double now_time) {
-  const int16_t row = Row(Excel_DB_ArayyCounter);
+  const int16_t row = StartExcelRow(array, now_time);
   char text[kNumberTextSize];
-  array.Let(row, 0, Text(now_time, text));
   int16_t column = 1;
   for (int32_t i = 0; i < USB_Probe.max_device; ++i) {
     if (USB_Probe.HidCh(TableIndex(i)) < 0) continue;
@@ -114,8 +121,7 @@ void Excel_OutputDB::DataInput_for_AN_to_excel(CompactCellTable& array, KVR_USB_
                 Text(USB_Probe.USBProbe_Value(TableIndex(i * USB_Probe.max_input + k)), text));
     }
   }
-  ++Excel_DB_ArayyCounter;
-  ++rowsLogged_;
+  FinishExcelRow();
 }
 
 // ---- workbooks ----

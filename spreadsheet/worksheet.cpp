@@ -4,19 +4,6 @@
 
 namespace tavelin {
 
-std::string_view SheetData::TextAt(int row, int column,
-                                   std::vector<std::string_view>& scratch) const {
-  const auto text = texts.find({row, column});
-  for (auto block = blocks.rbegin(); block != blocks.rend(); ++block) {
-    if (!block->rect.Contains(row, column)) continue;
-    if (text != texts.end() && text->second.order > block->order) break;
-    const int width = block->rect.right - block->rect.left + 1;
-    block->grid->Row(row - block->rect.top, width, scratch);
-    return scratch[static_cast<std::size_t>(column - block->rect.left)];
-  }
-  return text == texts.end() ? std::string_view() : std::string_view(text->second.text);
-}
-
 bool SheetData::RowHasText(int row, int first, int last) const {
   for (auto text = texts.lower_bound({row, first}); text != texts.end(); ++text) {
     if (text->first.first != row || text->first.second > last) break;
@@ -34,27 +21,21 @@ bool SheetData::RowHasText(int row, int first, int last) const {
   return false;
 }
 
-CellStyle SheetData::StyleAt(int row, int column) const {
-  CellStyle style;
-  style.fontSize = sheetFontSize;
-  for (const StyleLayer& layer : layers) {
-    if (!layer.rect.Contains(row, column)) continue;
-    switch (layer.property) {
-      case StyleLayer::Property::FontSize:
-        style.fontSize = layer.value;
-        break;
-      case StyleLayer::Property::Fill:
-        style.fill = static_cast<int>(layer.value);
-        break;
-      case StyleLayer::Property::Border:
-        style.border = layer.value == 1.0;
-        break;
-      case StyleLayer::Property::AlignRight:
-        style.alignRight = layer.value != 0.0;
-        break;
-    }
+void ApplyLayer(const StyleLayer& layer, CellStyle& style) {
+  switch (layer.property) {
+    case StyleLayer::Property::FontSize:
+      style.fontSize = layer.value;
+      break;
+    case StyleLayer::Property::Fill:
+      style.fill = static_cast<int>(layer.value);
+      break;
+    case StyleLayer::Property::Border:
+      style.border = layer.value == 1.0;
+      break;
+    case StyleLayer::Property::AlignRight:
+      style.alignRight = layer.value != 0.0;
+      break;
   }
-  return style;
 }
 
 CellRect SheetData::CurrentRegion(int row, int column) const {

@@ -34,6 +34,9 @@ struct CellStyle {
   auto operator<=>(const CellStyle&) const = default;
 };
 
+// One formatting call's part in a cell's look.
+void ApplyLayer(const StyleLayer& layer, CellStyle& style);
+
 // A pushed array: its texts are read when the workbook is saved, so it
 // must stay as it is until then.
 struct PushedBlock {
@@ -58,10 +61,7 @@ struct SheetData {
   std::vector<CellRect> merges;
   std::optional<CellRect> autoFilter;
 
-  // The text of a cell, empty when there is none.
-  std::string_view TextAt(int row, int column, std::vector<std::string_view>& scratch) const;
   bool RowHasText(int row, int first, int last) const;
-  CellStyle StyleAt(int row, int column) const;
   // The block of filled cells around a cell, bounded by empty rows and columns.
   CellRect CurrentRegion(int row, int column) const;
 };

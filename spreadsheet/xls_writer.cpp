@@ -371,21 +371,7 @@ SheetCells BuildCells(const SheetData& sheet, StyleTable& styles, SharedStrings&
       if (rowLayers.empty()) return uint16_t{15};
       CellStyle style = styles.sheetDefault;
       for (const StyleLayer* layer : rowLayers) {
-        if (column < layer->rect.left || column > layer->rect.right) continue;
-        switch (layer->property) {
-          case StyleLayer::Property::FontSize:
-            style.fontSize = layer->value;
-            break;
-          case StyleLayer::Property::Fill:
-            style.fill = static_cast<int>(layer->value);
-            break;
-          case StyleLayer::Property::Border:
-            style.border = layer->value == 1.0;
-            break;
-          case StyleLayer::Property::AlignRight:
-            style.alignRight = layer->value != 0.0;
-            break;
-        }
+        if (column >= layer->rect.left && column <= layer->rect.right) ApplyLayer(*layer, style);
       }
       return styles.XfOf(style);
     };
