@@ -269,6 +269,13 @@ struct OutCell {
   uint16_t xf;
 };
 
+// Row, column and format: how every cell record begins.
+void CellHead(std::string& out, int row, int column, uint16_t xf) {
+  U16(out, static_cast<uint16_t>(row));
+  U16(out, static_cast<uint16_t>(column));
+  U16(out, xf);
+}
+
 void WriteCells(std::string& out, int row, const std::vector<OutCell>& cells) {
   for (std::size_t i = 0; i < cells.size();) {
     const OutCell& cell = cells[i];
@@ -289,9 +296,7 @@ void WriteCells(std::string& out, int row, const std::vector<OutCell>& cells) {
         U16(out, static_cast<uint16_t>(cells[end - 1].column));
       } else {
         Record record(out, 0x027E);
-        U16(out, static_cast<uint16_t>(row));
-        U16(out, static_cast<uint16_t>(cell.column));
-        U16(out, cell.xf);
+        CellHead(out, row, cell.column, cell.xf);
         U32(out, cell.rk);
       }
       i = end;
@@ -300,25 +305,19 @@ void WriteCells(std::string& out, int row, const std::vector<OutCell>& cells) {
     switch (cell.kind) {
       case OutCell::Kind::Number: {
         Record record(out, 0x0203);
-        U16(out, static_cast<uint16_t>(row));
-        U16(out, static_cast<uint16_t>(cell.column));
-        U16(out, cell.xf);
+        CellHead(out, row, cell.column, cell.xf);
         F64(out, cell.number);
         break;
       }
       case OutCell::Kind::Text: {
         Record record(out, 0x00FD);
-        U16(out, static_cast<uint16_t>(row));
-        U16(out, static_cast<uint16_t>(cell.column));
-        U16(out, cell.xf);
+        CellHead(out, row, cell.column, cell.xf);
         U32(out, cell.sst);
         break;
       }
       default: {
         Record record(out, 0x0201);
-        U16(out, static_cast<uint16_t>(row));
-        U16(out, static_cast<uint16_t>(cell.column));
-        U16(out, cell.xf);
+        CellHead(out, row, cell.column, cell.xf);
         break;
       }
     }
