@@ -1,7 +1,12 @@
-# Records half a second of the demo bench and checks the csv it leaves.
-file(REMOVE_RECURSE ${OUT})
-file(MAKE_DIRECTORY ${OUT})
-execute_process(COMMAND ${CLI} record --mode 3 --seconds 0.5 --sampling 50 --format csv --folder ${OUT}
+# Records half a second of the demo bench and checks the csv it leaves. It
+# runs on a copy of the program, whose folder holds no settings.
+get_filename_component(bin ${CLI} DIRECTORY)
+set(program ${OUT}-program)
+file(REMOVE_RECURSE ${OUT} ${program})
+file(MAKE_DIRECTORY ${OUT} ${program})
+file(COPY ${CLI} ${bin}/libkvr100.so ${bin}/libkvr_usb_io.so ${bin}/libkvr_usb_probe.so
+     DESTINATION ${program})
+execute_process(COMMAND ${program}/tavelin-cli record --mode 3 --seconds 0.5 --sampling 50 --format csv --folder ${OUT}
                 RESULT_VARIABLE result ERROR_VARIABLE progress)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "record failed (${result}): ${progress}")
