@@ -21,6 +21,11 @@ void CheckExcelInstalled(ELM327_Info& device) {
 
 namespace tavelin {
 
+bool LogsToWorkbook(const ELM327_Info& device) {
+  return device.t_LogSave_Enable == 1 && device.ExcelInstallCheck == 1 &&
+         device.t_LogSaveFormat == 1;
+}
+
 std::shared_ptr<ExcelApplication> OpenExcelForRun() {
   auto excel = std::make_shared<ExcelApplication>();
   excel->Visible = false;

@@ -88,11 +88,10 @@ RunSummary RunSampling(
   });
 
   ApplyRunOptions(options, session);
-  const ELM327_Info& device = session.device;
-  const bool workbook =
-      device.t_LogSave_Enable == 1 && device.ExcelInstallCheck == 1 && device.t_LogSaveFormat == 1;
+  const bool workbook = LogsToWorkbook(session.device);
   if (workbook) view.objExcel = OpenExcelForRun();
-  PrepareDevicesForRun(session.device, session.USB_IO, session.USB_Probe);
+  PrepareDevicesForRun(session.device.t_ViewCh == 4, session.device, session.USB_IO,
+                       session.USB_Probe);
   view.RxFlag = 1;
   engine.start_timer();
   if (workbook) {

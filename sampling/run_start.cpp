@@ -2,8 +2,9 @@
 
 namespace tavelin {
 
-void PrepareDevicesForRun(const ELM327_Info& device, USB_IO_IF& usbIo, KVR_USB_Probe& usbProbe) {
-  if (device.t_ViewCh == 4) {
+void PrepareDevicesForRun(bool analog, const ELM327_Info& device, USB_IO_IF& usbIo,
+                          KVR_USB_Probe& usbProbe) {
+  if (analog) {
     usbProbe.Data_ALL_Clear();
     return;
   }

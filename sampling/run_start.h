@@ -7,6 +7,7 @@ namespace tavelin {
 
 // The device half of Connect: a new run starts its values and analysis
 // afresh, and the digital side takes the channel settings as they are now.
-void PrepareDevicesForRun(const ELM327_Info& device, USB_IO_IF& usbIo, KVR_USB_Probe& usbProbe);
+void PrepareDevicesForRun(bool analog, const ELM327_Info& device, USB_IO_IF& usbIo,
+                          KVR_USB_Probe& usbProbe);
 
 }  // namespace tavelin

@@ -90,18 +90,6 @@ void SetFontSize(QLabel* label, int32_t points) {
   label->setFont(font);
 }
 
-void SetForeColour(QWidget* widget, Colour colour) {
-  QPalette palette = widget->palette();
-  palette.setColor(QPalette::WindowText, ColourOf(colour));
-  widget->setPalette(palette);
-}
-
-void SetBackColour(QWidget* widget, Colour colour) {
-  QPalette palette = widget->palette();
-  palette.setColor(QPalette::Window, ColourOf(colour));
-  widget->setPalette(palette);
-}
-
 void ShowAnalysis(QLabel* maximum, QLabel* minimum, QLabel* average, bool shown) {
   maximum->setVisible(shown);
   minimum->setVisible(shown);
@@ -202,8 +190,8 @@ void FormView_Value1::SetChannelArea() {
   for (int16_t i = 0; i < device->MAX_Ch; ++i) {
     TB_View_Txt[i]->setText(Q(device->usbio_comment(i)));
     SetFontSize(Lb_View_ch_[i], device->usbio_Font_size(i));
-    SetForeColour(Lb_View_ch_[i], device->usbio_FontColor(i));
-    SetBackColour(Lb_View_BackColor[i], device->usbio_BackColor(i));
+    SetForeColor(Lb_View_ch_[i], device->usbio_FontColor(i));
+    SetBackColor(Lb_View_BackColor[i], device->usbio_BackColor(i));
     ShowAnalysis(Lb_View_ch_MAX_[i], Lb_View_ch_MIN_[i], Lb_View_ch_Avg_[i],
                  device->usbio_analysis(i) == 1);
   }
@@ -251,8 +239,8 @@ void FormView_Value2::SetChannelArea() {
     const auto at = static_cast<std::size_t>(k);
     TB_View_Txt.at(at)->setText(Q(probe.AN_pin_comment(pin)));
     SetFontSize(Lb_View_ch_.at(at), probe.AN_pin_Font_size(pin));
-    SetForeColour(Lb_View_ch_.at(at), probe.AN_pin_FontColor(pin));
-    SetBackColour(Lb_View_BackColor.at(at), probe.AN_pin_BackColor(pin));
+    SetForeColor(Lb_View_ch_.at(at), probe.AN_pin_FontColor(pin));
+    SetBackColor(Lb_View_BackColor.at(at), probe.AN_pin_BackColor(pin));
     ShowAnalysis(Lb_View_ch_MAX_.at(at), Lb_View_ch_MIN_.at(at), Lb_View_ch_Avg_.at(at),
                  probe.AN_pin_analysis(pin) == 1);
   }

@@ -1,7 +1,9 @@
 #pragma once
 #include <QColor>
+#include <QPalette>
 #include <QRect>
 #include <QString>
+#include <QWidget>
 #include <string>
 
 #include "app/ELM327_Info.h"
@@ -22,6 +24,18 @@ inline QColor ColourOf(Colour bgr) {
 }
 constexpr Colour Rgb(int red, int green, int blue) {
   return red | (green << 8) | (blue << 16);
+}
+
+// A control's BackColor and ForeColor, as its palette holds them.
+inline void SetBackColor(QWidget* widget, Colour colour) {
+  QPalette palette = widget->palette();
+  for (auto role : {QPalette::Window, QPalette::Base}) palette.setColor(role, ColourOf(colour));
+  widget->setPalette(palette);
+}
+inline void SetForeColor(QWidget* widget, Colour colour) {
+  QPalette palette = widget->palette();
+  for (auto role : {QPalette::WindowText, QPalette::Text}) palette.setColor(role, ColourOf(colour));
+  widget->setPalette(palette);
 }
 
 inline QString Q(const std::string& utf8) {

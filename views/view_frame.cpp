@@ -8,6 +8,7 @@
 #include "app/Form1.h"
 #include "app/excel_check.h"
 #include "dialogs/FormVersion.h"
+#include "sampling/run_start.h"
 #include "views/design_units.h"
 
 namespace tavelin {
@@ -21,10 +22,8 @@ constexpr Colour kDeviceOff = Rgb(100, 100, 100);
 constexpr int kCommentLength = 50;
 
 void SetColours(QWidget* widget, Colour back, Colour fore) {
-  QPalette palette = widget->palette();
-  for (auto role : {QPalette::Window, QPalette::Base}) palette.setColor(role, ColourOf(back));
-  for (auto role : {QPalette::WindowText, QPalette::Text}) palette.setColor(role, ColourOf(fore));
-  widget->setPalette(palette);
+  SetBackColor(widget, back);
+  SetForeColor(widget, fore);
 }
 
 // The first `count` characters, counted as characters and not as bytes.
@@ -40,12 +39,6 @@ QString TrimBlanks(const QString& text) {
   while (first < last && text[first] == QLatin1Char(' ')) ++first;
   while (last > first && text[last - 1] == QLatin1Char(' ')) --last;
   return text.mid(first, last - first);
-}
-
-void SetBackColour(QWidget* widget, Colour back) {
-  QPalette palette = widget->palette();
-  for (auto role : {QPalette::Window, QPalette::Base}) palette.setColor(role, ColourOf(back));
-  widget->setPalette(palette);
 }
 
 template <typename Labels>
@@ -221,7 +214,7 @@ void ViewFrame::Set_FormView() {
   }
   View_DeviceLED();
   TB_LogComment->setText(Q(device->t_LogComment));
-  SetBackColour(TB_LogComment, kCommentIdle);  // the text colour stays as it is
+  SetBackColor(TB_LogComment, kCommentIdle);  // the text colour stays as it is
   SetChannelArea();
   SetConnectByFound();
   Pic_Disconnect->setEnabled(false);
@@ -264,11 +257,6 @@ void ViewFrame::ClearBitLEDs() {
   for (BitLed* led : Pic_BitLED_) led->SetBackColor(0);
 }
 
-bool ViewFrame::SpreadsheetLogged() const {
-  return device->t_LogSave_Enable == 1 && device->ExcelInstallCheck == 1 &&
-         device->t_LogSaveFormat == 1;
-}
-
 // ---- a run ----
 
 void ViewFrame::Pic_Connect_Click() {
@@ -290,16 +278,11 @@ void ViewFrame::Pic_Connect_Click() {
     return;  // Refused: only Disconnect leads out
   }
   device->t_LogComment = S(FirstCharacters(comment, kCommentLength));
-  if (SpreadsheetLogged()) objExcel = OpenExcelForRun();
+  if (LogsToWorkbook(*device)) objExcel = OpenExcelForRun();
   TB_Status_Box->setText(QStringLiteral("通信初期処理中"));
   TB_Status_Box->repaint();
   if (design_.ledClearAtConnect == FrameDesign::LedClear::AfterStatus) ClearBitLEDs();
-  if (design_.analog) {
-    USB_Probe->Data_ALL_Clear();
-  } else {
-    USB_IO->Data_ALL_Clear();
-    USB_IO->Data_ALL_Set(*device);
-  }
+  PrepareDevicesForRun(design_.analog, *device, form1_.USB_IO, form1_.USB_Probe);
   RxFlag = 1;
   form1_.TheFormBG().start_timer();
 }
@@ -316,7 +299,7 @@ void ViewFrame::Pic_Disconnect_Click() {
   Pic_Connect->SetPicture(pictures.Pic_bt_On_E);
   SetMenusEnabled(true);
   SetCommentLook(false);
-  if (SpreadsheetLogged()) {
+  if (LogsToWorkbook(*device)) {
     // No test for an empty objExcel: after a refused connect this fails.
     if (!objExcel) {
       throw std::runtime_error("objExcel is empty: the workbook application cannot quit");

@@ -104,7 +104,6 @@ class ViewFrame : public QMainWindow, public SamplingView {
   void SetConnectByFound();
   int32_t FamilyFound() const;
   bool FamilyTimerEnabled() const;
-  bool SpreadsheetLogged() const;
 
   QWidget* area_;
 };
