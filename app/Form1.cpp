@@ -3,12 +3,12 @@
 #include <QApplication>
 
 #include "app/boot_windows.h"
-#include "app/excel_check.h"
-#include "app/library_version_check.h"
+#include "devices/library_version_check.h"
 #include "dialogs/FormHelp.h"
 #include "dialogs/FormVersion.h"
 #include "logging/log_environment.h"
 #include "settings/FileSaveSystem.h"
+#include "spreadsheet/excel_check.h"
 #include "views/channel_views.h"
 #include "views/design_units.h"
 
@@ -124,9 +124,27 @@ ViewFrame& Form1::View(int32_t mode) {
         break;
     }
     view->Form_Load();
-    TheFormHelp().obj_Form = view.get();
   }
   return *view;
+}
+
+void Form1::BindToView(ViewFrame& view, bool analog) {
+  formBG_->device = &device;
+  formBG_->USB_IO = &USB_IO;
+  if (analog) formBG_->USB_Probe = &USB_Probe;
+  formBG_->obj_Form = &view;
+  TheFormHelp().obj_Form = &view;
+  TheFormVersion().obj_Form = &view;
+}
+
+void Form1::ShowDialog(ViewDialog dialog, ViewFrame& owner) {
+  switch (dialog) {
+    case ViewDialog::Version:
+      TheFormVersion().ShowFor(owner);
+      break;
+    default:
+      break;  // the settings dialogs come with their own work
+  }
 }
 
 ViewFrame* Form1::ShownView() const {

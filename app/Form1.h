@@ -6,13 +6,14 @@
 #include <optional>
 #include <string>
 
-#include "app/ELM327_Info.h"
 #include "devices/KVR_USB_Probe.h"
 #include "devices/USB_IO_IF.h"
 #include "devices/device_libraries.h"
 #include "sampling/FormBG.h"
+#include "state/ELM327_Info.h"
 #include "views/message_boxes.h"
 #include "views/qt_event_pump.h"
+#include "views/view_host.h"
 
 namespace tavelin {
 
@@ -33,10 +34,10 @@ struct BootEnvironment {
 // The start object: owns the shared objects for the life of the process,
 // runs the start-up, and saves the settings when the last view closes. It
 // is no window of its own.
-class Form1 {
+class Form1 final : public ViewHost {
  public:
   explicit Form1(BootEnvironment environment);
-  ~Form1();
+  ~Form1() override;
   Form1(const Form1&) = delete;
   Form1& operator=(const Form1&) = delete;
 
@@ -48,8 +49,15 @@ class Form1 {
   // consent refused); nothing has been written then.
   bool BootRoutine();
 
-  FormBG& TheFormBG() { return *formBG_; }
-  MessageBoxes& Boxes() { return *environment_.boxes; }
+  // What the views reach of this object.
+  ELM327_Info& Device() override { return device; }
+  USB_IO_IF& UsbIo() override { return USB_IO; }
+  KVR_USB_Probe& UsbProbe() override { return USB_Probe; }
+  FormBG& TheFormBG() override { return *formBG_; }
+  MessageBoxes& Boxes() override { return *environment_.boxes; }
+  void BindToView(ViewFrame& view, bool analog) override;
+  void ShowDialog(ViewDialog dialog, ViewFrame& owner) override;
+
   const std::string& ProgramFolder() const { return environment_.programFolder; }
   FormVersion& TheFormVersion();
   FormHelp& TheFormHelp();
@@ -62,8 +70,8 @@ class Form1 {
 
   // The unload order, from a closing view down to this object; then the
   // settings are written (after consent) and the program ends.
-  void UnloadFrom(ViewFrame& closing);
-  bool Unloaded() const { return unloaded_; }
+  void UnloadFrom(ViewFrame& closing) override;
+  bool Unloaded() const override { return unloaded_; }
 
  private:
   void PumpWithProgress(int percent);

@@ -7,7 +7,7 @@
 #include <QTextEdit>
 #include <array>
 
-#include "app/ELM327_Info.h"
+#include "state/ELM327_Info.h"
 
 namespace tavelin {
 

@@ -2,9 +2,9 @@
 
 #include <ostream>
 
-#include "app/excel_check.h"
-#include "app/library_version_check.h"
+#include "devices/library_version_check.h"
 #include "settings/FileSaveSystem.h"
+#include "spreadsheet/excel_check.h"
 
 namespace tavelin::cli {
 

@@ -3,10 +3,10 @@
 #include <memory>
 #include <string>
 
-#include "app/ELM327_Info.h"
 #include "devices/KVR_USB_Probe.h"
 #include "devices/USB_IO_IF.h"
 #include "devices/device_libraries.h"
+#include "state/ELM327_Info.h"
 
 namespace tavelin::cli {
 

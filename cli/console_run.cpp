@@ -2,10 +2,10 @@
 
 #include <csignal>
 
-#include "app/excel_check.h"
 #include "logging/log_names.h"
 #include "sampling/polled_event_loop.h"
 #include "sampling/run_start.h"
+#include "spreadsheet/excel_check.h"
 
 namespace tavelin::cli {
 namespace {

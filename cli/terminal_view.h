@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <string>
 
-#include "app/ELM327_Info.h"
 #include "devices/KVR_USB_Probe.h"
 #include "devices/USB_IO_IF.h"
 #include "sampling/sampling_view.h"
+#include "state/ELM327_Info.h"
 
 namespace tavelin::cli {
 

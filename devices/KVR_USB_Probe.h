@@ -2,9 +2,9 @@
 #include <cstdint>
 #include <string>
 
-#include "app/ELM327_Info.h"
-#include "app/indexed_table.h"
 #include "devices/device_libraries.h"
+#include "state/ELM327_Info.h"
+#include "state/indexed_table.h"
 
 namespace tavelin {
 

@@ -4,13 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "app/ELM327_Info.h"
 #include "devices/KVR_USB_Probe.h"
 #include "devices/USB_IO_IF.h"
 #include "logging/StringBuilder.h"
 #include "logging/log_environment.h"
 #include "spreadsheet/ExcelApplication.h"
 #include "spreadsheet/compact_cell_table.h"
+#include "state/ELM327_Info.h"
 
 namespace tavelin {
 

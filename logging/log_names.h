@@ -1,8 +1,8 @@
 #pragma once
 #include <string>
 
-#include "app/ELM327_Info.h"
 #include "logging/log_environment.h"
+#include "state/ELM327_Info.h"
 
 namespace tavelin {
 

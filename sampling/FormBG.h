@@ -2,7 +2,6 @@
 #include <cstdint>
 #include <string>
 
-#include "app/ELM327_Info.h"
 #include "devices/KVR_USB_Probe.h"
 #include "devices/USB_IO_IF.h"
 #include "devices/device_libraries.h"
@@ -10,6 +9,7 @@
 #include "logging/log_environment.h"
 #include "sampling/event_pump.h"
 #include "sampling/sampling_view.h"
+#include "state/ELM327_Info.h"
 
 namespace tavelin {
 

@@ -1,7 +1,7 @@
 #pragma once
-#include "app/ELM327_Info.h"
 #include "devices/KVR_USB_Probe.h"
 #include "devices/USB_IO_IF.h"
+#include "state/ELM327_Info.h"
 
 namespace tavelin {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "app/ELM327_Info.h"
+#include "state/ELM327_Info.h"
 
 namespace tavelin {
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-#include "app/ELM327_Info.h"
 #include "devices/KVR_USB_Probe.h"
+#include "state/ELM327_Info.h"
 
 namespace tavelin::FileSaveSystem {
 

@@ -1,7 +1,7 @@
 #pragma once
 #include <QWidget>
 
-#include "app/ELM327_Info.h"
+#include "state/ELM327_Info.h"
 
 namespace tavelin {
 

@@ -1,6 +1,5 @@
 #include "views/channel_views.h"
 
-#include "app/Form1.h"
 #include "views/design_units.h"
 
 namespace tavelin {
@@ -106,7 +105,7 @@ QFont ValueFont(double points) {
 
 // ---- LED view 1 ----
 
-FormView_LED1::FormView_LED1(Form1& form1) : ViewFrame(form1, kLed1) {
+FormView_LED1::FormView_LED1(ViewHost& host) : ViewFrame(host, kLed1) {
   static constexpr int kOffsets[8] = {0, 150, 300, 465, 720, 870, 1020, 1170};
   for (int i = 0; i < 16; ++i) {
     const int row = i % 8;
@@ -129,7 +128,7 @@ void FormView_LED1::SetChannelArea() {
 
 // ---- LED view 2 ----
 
-FormView_LED2::FormView_LED2(Form1& form1) : ViewFrame(form1, kLed2) {
+FormView_LED2::FormView_LED2(ViewHost& host) : ViewFrame(host, kLed2) {
   for (int i = 0; i < 16; ++i) {
     const int x = 2235 * (i % 4);
     const int y = 1950 * (i / 4);
@@ -159,7 +158,7 @@ void FormView_LED2::SetChannelArea() {
 
 // ---- digital value view ----
 
-FormView_Value1::FormView_Value1(Form1& form1) : ViewFrame(form1, kValue1) {
+FormView_Value1::FormView_Value1(ViewHost& host) : ViewFrame(host, kValue1) {
   static constexpr int kLeft[4] = {105, 2415, 4740, 7050};
   static constexpr int kTop[4] = {525, 1500, 2535, 3510};
   static constexpr int kOffsets[8] = {0, 150, 300, 450, 645, 795, 945, 1095};
@@ -200,7 +199,7 @@ void FormView_Value1::SetChannelArea() {
 
 // ---- analog value view ----
 
-FormView_Value2::FormView_Value2(Form1& form1) : ViewFrame(form1, kValue2) {
+FormView_Value2::FormView_Value2(ViewHost& host) : ViewFrame(host, kValue2) {
   for (int d = 0; d < 8; ++d) {
     QLineEdit* box =
         MakeTextBox(135, 570 + 1110 * d, 12465, 225, QStringLiteral("Ch"), kBoxBack, kBoxText);

@@ -6,7 +6,7 @@
 #include <QWidget>
 #include <string>
 
-#include "app/ELM327_Info.h"
+#include "state/ELM327_Info.h"
 
 namespace tavelin {
 

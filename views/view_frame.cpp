@@ -5,10 +5,8 @@
 #include <QLayout>
 #include <QMenuBar>
 
-#include "app/Form1.h"
-#include "app/excel_check.h"
-#include "dialogs/FormVersion.h"
 #include "sampling/run_start.h"
+#include "spreadsheet/excel_check.h"
 #include "views/design_units.h"
 
 namespace tavelin {
@@ -51,8 +49,8 @@ QLabel* LabelAt(Labels& labels, int16_t index) {
 
 }  // namespace
 
-ViewFrame::ViewFrame(Form1& form1, const FrameDesign& design)
-    : form1_(form1), design_(design), area_(new QWidget(this)) {
+ViewFrame::ViewFrame(ViewHost& host, const FrameDesign& design)
+    : host_(host), design_(design), area_(new QWidget(this)) {
   setCentralWidget(area_);
   area_->setFixedSize(Px(design.clientWidth), Px(design.clientHeight));
   area_->setAutoFillBackground(true);
@@ -120,7 +118,7 @@ void ViewFrame::BuildMenus() {
   menu_help = menuBar()->addMenu(QStringLiteral("ヘルプ(&H)"));
   menu_help_version = menu_help->addAction(QStringLiteral("バージョン情報(&A)"));
   QObject::connect(menu_help_version, &QAction::triggered,
-                   [this] { form1_.TheFormVersion().ShowFor(*this); });
+                   [this] { host_.ShowDialog(ViewDialog::Version, *this); });
 }
 
 QLabel* ViewFrame::MakeLabel(int left, int top, int width, int height, const QString& caption,
@@ -185,17 +183,10 @@ void ViewFrame::Lb_View_ch_Avg(int16_t index, std::string_view caption) {
 // ---- load and fill ----
 
 void ViewFrame::Form_Load() {
-  device = &form1_.device;
-  FormBG& formBG = form1_.TheFormBG();
-  formBG.device = device;
-  USB_IO = &form1_.USB_IO;
-  formBG.USB_IO = USB_IO;
-  if (design_.analog) {
-    USB_Probe = &form1_.USB_Probe;
-    formBG.USB_Probe = USB_Probe;
-  }
-  formBG.obj_Form = this;
-  form1_.TheFormVersion().obj_Form = this;
+  device = &host_.Device();
+  USB_IO = &host_.UsbIo();
+  if (design_.analog) USB_Probe = &host_.UsbProbe();
+  host_.BindToView(*this, design_.analog);
   Set_FormView();
 }
 
@@ -222,16 +213,16 @@ void ViewFrame::Set_FormView() {
 }
 
 void ViewFrame::View_DeviceLED() {
-  const int32_t devices = design_.analog ? form1_.USB_Probe.max_device : form1_.USB_IO.max_device;
+  const int32_t devices = design_.analog ? host_.UsbProbe().max_device : host_.UsbIo().max_device;
   for (int32_t i = 0; i < devices && i < static_cast<int32_t>(Pic_DeviceLED.size()); ++i) {
     const int32_t hid =
-        design_.analog ? form1_.USB_Probe.HidCh(TableIndex(i)) : form1_.USB_IO.HidCh(TableIndex(i));
+        design_.analog ? host_.UsbProbe().HidCh(TableIndex(i)) : host_.UsbIo().HidCh(TableIndex(i));
     Pic_DeviceLED[static_cast<std::size_t>(i)]->SetBackColor(hid < 0 ? kDeviceOff : kDeviceOn);
   }
 }
 
 int32_t ViewFrame::FamilyFound() const {
-  return design_.analog ? form1_.USB_Probe.FindDevice : form1_.USB_IO.FindDevice;
+  return design_.analog ? host_.UsbProbe().FindDevice : host_.UsbIo().FindDevice;
 }
 
 void ViewFrame::SetConnectByFound() {
@@ -271,7 +262,7 @@ void ViewFrame::Pic_Connect_Click() {
 
   const QString comment = TrimBlanks(TB_LogComment->text());
   if (comment.isEmpty() && device->t_LogSave_subFolder == 1) {
-    form1_.Boxes().Critical(
+    host_.Boxes().Critical(
         this, Q(device->Application_title),
         QStringLiteral("「コメントをサブフォルダにして保存する」が有効になっています。\n"
                        "コメントを記入して下さい。"));
@@ -282,9 +273,9 @@ void ViewFrame::Pic_Connect_Click() {
   TB_Status_Box->setText(QStringLiteral("通信初期処理中"));
   TB_Status_Box->repaint();
   if (design_.ledClearAtConnect == FrameDesign::LedClear::AfterStatus) ClearBitLEDs();
-  PrepareDevicesForRun(design_.analog, *device, form1_.USB_IO, form1_.USB_Probe);
+  PrepareDevicesForRun(design_.analog, *device, host_.UsbIo(), host_.UsbProbe());
   RxFlag = 1;
-  form1_.TheFormBG().start_timer();
+  host_.TheFormBG().start_timer();
 }
 
 void ViewFrame::Pic_Disconnect_Click() {
@@ -312,9 +303,9 @@ void ViewFrame::Pic_Disconnect_Click() {
 void ViewFrame::menu_opt_search_Click() {
   const QString question = design_.analog ? QStringLiteral("アナログ入力デバイスを再検索します。")
                                           : QStringLiteral("USB-IO を再検索します。");
-  if (!form1_.Boxes().OkCancel(this, Q(device->Application_title),
-                               question + QStringLiteral("\nよろしいですか？"),
-                               QMessageBox::Warning)) {
+  if (!host_.Boxes().OkCancel(this, Q(device->Application_title),
+                              question + QStringLiteral("\nよろしいですか？"),
+                              QMessageBox::Warning)) {
     return;
   }
   if (design_.analog) {
@@ -331,11 +322,11 @@ void ViewFrame::menu_opt_search_Click() {
 // ---- closing ----
 
 bool ViewFrame::FamilyTimerEnabled() const {
-  return form1_.TheFormBG().TimerEnabled(design_.analog);
+  return host_.TheFormBG().TimerEnabled(design_.analog);
 }
 
 void ViewFrame::closeEvent(QCloseEvent* event) {
-  if (form1_.Unloaded()) {
+  if (host_.Unloaded()) {
     event->accept();
     return;
   }
@@ -344,9 +335,9 @@ void ViewFrame::closeEvent(QCloseEvent* event) {
     return;
   }
   QCoreApplication::processEvents();
-  form1_.TheFormBG().DisableTimer(design_.analog);
+  host_.TheFormBG().DisableTimer(design_.analog);
   event->accept();
-  form1_.UnloadFrom(*this);
+  host_.UnloadFrom(*this);
 }
 
 }  // namespace tavelin

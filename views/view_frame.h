@@ -6,16 +6,15 @@
 #include <array>
 #include <vector>
 
-#include "app/ELM327_Info.h"
 #include "devices/KVR_USB_Probe.h"
 #include "devices/USB_IO_IF.h"
 #include "sampling/sampling_view.h"
+#include "state/ELM327_Info.h"
 #include "views/bit_led.h"
 #include "views/picture_button.h"
+#include "views/view_host.h"
 
 namespace tavelin {
-
-class Form1;
 
 // Where a view's frame controls stand, in twips, and how it differs.
 struct FrameDesign {
@@ -37,7 +36,7 @@ struct FrameDesign {
 // Connect starts and Disconnect ends.
 class ViewFrame : public QMainWindow, public SamplingView {
  public:
-  ViewFrame(Form1& form1, const FrameDesign& design);
+  ViewFrame(ViewHost& host, const FrameDesign& design);
 
   // What FormBG writes into, by name.
   void TB_Status(const std::string& text) override;
@@ -94,7 +93,7 @@ class ViewFrame : public QMainWindow, public SamplingView {
 
   void closeEvent(QCloseEvent* event) override;
 
-  Form1& form1_;
+  ViewHost& host_;
   const FrameDesign design_;
 
  private:

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "app/ELM327_Info.h"
 #include "devices/device_libraries.h"
+#include "state/ELM327_Info.h"
 
 namespace tavelin {
 

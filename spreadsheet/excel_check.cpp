@@ -1,4 +1,4 @@
-#include "app/excel_check.h"
+#include "spreadsheet/excel_check.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "app/ELM327_Info.h"
+#include "state/ELM327_Info.h"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #pragma once
 #include <memory>
 
-#include "app/ELM327_Info.h"
+#include "state/ELM327_Info.h"
 
 namespace tavelin {
 

@@ -1,4 +1,4 @@
-#include "app/library_version_check.h"
+#include "devices/library_version_check.h"
 
 #include <filesystem>
 

@@ -1,6 +1,6 @@
 // The start-up check of the device libraries, over folders of real and
 // stand-in libraries.
-#include "app/library_version_check.h"
+#include "devices/library_version_check.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "app/indexed_table.h"
+#include "state/indexed_table.h"
 
 namespace tavelin {
 
