@@ -10,37 +10,19 @@
 #include <vector>
 
 #include "platform/file_system.h"
+#include "spreadsheet/compound_file.h"
+#include "spreadsheet/little_endian.h"
 #include "spreadsheet/number_cells.h"
 
 namespace tavelin {
 namespace {
 
-// ---- bytes ----
-
-void U8(std::string& out, uint8_t v) {
-  out += static_cast<char>(v);
-}
-void U16(std::string& out, uint16_t v) {
-  const char bytes[2] = {static_cast<char>(v), static_cast<char>(v >> 8)};
-  out.append(bytes, 2);
-}
-void U32(std::string& out, uint32_t v) {
-  const char bytes[4] = {static_cast<char>(v), static_cast<char>(v >> 8),
-                         static_cast<char>(v >> 16), static_cast<char>(v >> 24)};
-  out.append(bytes, 4);
-}
-void F64(std::string& out, double v) {
-  const auto bits = std::bit_cast<uint64_t>(v);
-  U32(out, static_cast<uint32_t>(bits));
-  U32(out, static_cast<uint32_t>(bits >> 32));
-}
-void PatchU16(std::string& out, std::size_t at, uint16_t v) {
-  out[at] = static_cast<char>(v);
-  out[at + 1] = static_cast<char>(v >> 8);
-}
-void PatchU32(std::string& out, std::size_t at, uint32_t v) {
-  for (int i = 0; i < 4; ++i) out[at + i] = static_cast<char>(v >> (8 * i));
-}
+using le::F64;
+using le::PatchU16;
+using le::PatchU32;
+using le::U16;
+using le::U32;
+using le::U8;
 
 constexpr std::size_t kMaxRecordData = 8224;
 
@@ -726,6 +708,8 @@ StreamParts BuildStream(const SheetData& sheet) {
   return parts;
 }
 
+constexpr const char* kStreamName = "Workbook";
+
 }  // namespace
 
 std::string XlsWorkbookStream(const SheetData& sheet) {
@@ -733,123 +717,9 @@ std::string XlsWorkbookStream(const SheetData& sheet) {
   return parts.globals + parts.sheet.head + parts.cells.records + parts.sheet.tail;
 }
 
-// ---- compound file ----
-
-namespace {
-
-constexpr uint32_t kFreeSect = 0xFFFFFFFF;
-constexpr uint32_t kEndOfChain = 0xFFFFFFFE;
-constexpr uint32_t kFatSect = 0xFFFFFFFD;
-constexpr uint32_t kDifSect = 0xFFFFFFFC;
-constexpr std::size_t kSector = 512;
-
-void DirectoryEntry(std::string& out, std::string_view name, uint8_t type, uint32_t child,
-                    uint32_t start, uint32_t size) {
-  const std::size_t at = out.size();
-  out.append(128, '\0');
-  for (std::size_t i = 0; i < name.size(); ++i) out[at + 2 * i] = name[i];
-  PatchU16(out, at + 64, static_cast<uint16_t>(name.empty() ? 0 : (name.size() + 1) * 2));
-  out[at + 66] = static_cast<char>(type);
-  out[at + 67] = static_cast<char>(name.empty() ? 0 : 1);
-  PatchU32(out, at + 68, kFreeSect);
-  PatchU32(out, at + 72, kFreeSect);
-  PatchU32(out, at + 76, child);
-  PatchU32(out, at + 116, start);
-  PatchU32(out, at + 120, size);
-}
-
-}  // namespace
-
-namespace {
-
-// What surrounds a stream of `streamLength` bytes in a compound file: the
-// header before it, and the padding, directory and tables after it.
-struct CompoundFrame {
-  std::string header;
-  std::string tail;
-};
-
-CompoundFrame FrameFor(std::size_t streamLength) {
-  // A stream under 4096 bytes would belong in the mini stream: pad it.
-  const std::size_t length = std::max<std::size_t>(streamLength, 4096);
-  const std::size_t data = (length + kSector - 1) / kSector;
-  std::size_t fat = 1, difat = 0;
-  for (;;) {
-    const std::size_t total = data + 1 + fat + difat;
-    const std::size_t needFat = (total + 127) / 128;
-    const std::size_t needDifat = needFat > 109 ? (needFat - 109 + 126) / 127 : 0;
-    if (needFat == fat && needDifat == difat) break;
-    fat = needFat;
-    difat = needDifat;
-  }
-  const std::size_t directory = data;
-  const std::size_t firstFat = data + 1;
-  const std::size_t firstDifat = firstFat + fat;
-
-  std::string header;
-  header.reserve(kSector);
-  header.append("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8);
-  header.append(16, '\0');
-  U16(header, 0x003E);
-  U16(header, 3);
-  U16(header, 0xFFFE);
-  U16(header, 9);
-  U16(header, 6);
-  header.append(6, '\0');
-  U32(header, 0);
-  U32(header, static_cast<uint32_t>(fat));
-  U32(header, static_cast<uint32_t>(directory));
-  U32(header, 0);
-  U32(header, 0x1000);
-  U32(header, kEndOfChain);
-  U32(header, 0);
-  U32(header, difat > 0 ? static_cast<uint32_t>(firstDifat) : kEndOfChain);
-  U32(header, static_cast<uint32_t>(difat));
-  for (std::size_t i = 0; i < 109; ++i) {
-    U32(header, i < fat ? static_cast<uint32_t>(firstFat + i) : kFreeSect);
-  }
-
-  std::string tail;
-  tail.reserve((1 + fat + difat) * kSector);
-  DirectoryEntry(tail, "Root Entry", 5, 1, kEndOfChain, 0);
-  DirectoryEntry(tail, "Workbook", 2, kFreeSect, 0, static_cast<uint32_t>(length));
-  DirectoryEntry(tail, "", 0, kFreeSect, 0, 0);
-  DirectoryEntry(tail, "", 0, kFreeSect, 0, 0);
-  for (std::size_t s = 0; s < fat * 128; ++s) {
-    uint32_t next = kFreeSect;
-    if (s + 1 < data) {
-      next = static_cast<uint32_t>(s + 1);
-    } else if (s + 1 == data || s == directory) {
-      next = kEndOfChain;
-    } else if (s >= firstFat && s < firstFat + fat) {
-      next = kFatSect;
-    } else if (s >= firstDifat && s < firstDifat + difat) {
-      next = kDifSect;
-    }
-    U32(tail, next);
-  }
-  for (std::size_t d = 0; d < difat; ++d) {
-    for (std::size_t k = 0; k < 127; ++k) {
-      const std::size_t fatIndex = 109 + d * 127 + k;
-      U32(tail, fatIndex < fat ? static_cast<uint32_t>(firstFat + fatIndex) : kFreeSect);
-    }
-    U32(tail, d + 1 < difat ? static_cast<uint32_t>(firstDifat + d + 1) : kEndOfChain);
-  }
-
-  tail.insert(0, data * kSector - streamLength, '\0');
-  return {std::move(header), std::move(tail)};
-}
-
-}  // namespace
-
-std::string CompoundFile(std::string stream) {
-  CompoundFrame frame = FrameFor(stream.size());
-  return frame.header + stream + frame.tail;
-}
-
 void WriteXls(const SheetData& sheet, const std::string& path) {
   const StreamParts parts = BuildStream(sheet);
-  const CompoundFrame frame = FrameFor(parts.Size());
+  const CompoundFrame frame = CompoundFrameFor(kStreamName, parts.Size());
   TextStream file = CreateTextFile(path);
   for (const std::string* part : {&frame.header, &parts.globals, &parts.sheet.head,
                                   &parts.cells.records, &parts.sheet.tail, &frame.tail}) {

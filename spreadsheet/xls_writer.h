@@ -9,10 +9,7 @@ namespace tavelin {
 // strings and the sheet.
 std::string XlsWorkbookStream(const SheetData& sheet);
 
-// The stream in a compound file: what an .xls file is.
-std::string CompoundFile(std::string stream);
-
-// Both, written to `path`, replacing a file there. Throws FileError.
+// The stream in its compound file, written to `path`, replacing a file there. Throws FileError.
 void WriteXls(const SheetData& sheet, const std::string& path);
 
 // A number as an RK value, when it has one.
