@@ -88,6 +88,9 @@ void Range::FontPart::size(double points) {
 }
 
 void Range::InteriorPart::ColorIndex(int index) {
+  if (index < 1 || index > 56) {
+    throw std::out_of_range("ColorIndex " + std::to_string(index) + " outside the palette 1..56");
+  }
   range.Layer(StyleLayer::Property::Fill, index);
 }
 

@@ -11,6 +11,7 @@
 
 #include "platform/file_system.h"
 #include "spreadsheet/compound_file.h"
+#include "spreadsheet/filter_arrows.h"
 #include "spreadsheet/little_endian.h"
 #include "spreadsheet/number_cells.h"
 
@@ -135,6 +136,12 @@ struct StyleTable {
   }
 };
 
+// ColorIndex n (1 to 56) is entry n - 1 of the default palette, which the
+// file addresses as colour index n + 7: indices 0 to 7 are fixed colours.
+uint16_t PaletteColourIndex(int colorIndex) {
+  return static_cast<uint16_t>(colorIndex + 7);
+}
+
 void Xf(std::string& out, uint16_t font, bool styleXf, const CellStyle& style) {
   Record record(out, 0x00E0);
   U16(out, font);
@@ -150,7 +157,8 @@ void Xf(std::string& out, uint16_t font, bool styleXf, const CellStyle& style) {
       line | (line << 4) | (line << 8) | (line << 12) | (lineColour << 16) | (lineColour << 23));
   const uint32_t pattern = style.fill != 0 ? 1 : 0;
   U32(out, lineColour | (lineColour << 7) | (pattern << 26));
-  U16(out, static_cast<uint16_t>((style.fill != 0 ? style.fill : 64) | (65 << 7)));
+  U16(out,
+      static_cast<uint16_t>((style.fill != 0 ? PaletteColourIndex(style.fill) : 64) | (65 << 7)));
 }
 
 void Font(std::string& out, double size) {
@@ -523,6 +531,7 @@ SheetParts SheetStream(const SheetData& sheet, const SheetCells& cells) {
     U16(out, 0);
   }
   std::string& tail = parts.tail;
+  if (sheet.autoFilter) tail += FilterArrowObjects(*sheet.autoFilter);
   {
     std::string& out = tail;
     Record record(out, 0x023E);
@@ -657,6 +666,7 @@ std::string GlobalsStream(const SheetData& sheet, const StyleTable& styles,
     U16(out, static_cast<uint16_t>(sheet.autoFilter->left));
     U16(out, static_cast<uint16_t>(sheet.autoFilter->right));
   }
+  if (sheet.autoFilter) out += FilterArrowDrawingGroup(*sheet.autoFilter);
   WriteSharedStrings(out, sst);
   Eof(out);
   return out;

@@ -1,13 +1,21 @@
-"""Reads the sample workbooks with xlrd (formatting info on) and, where it
-is installed, LibreOffice, and checks what the log writer put in them."""
+"""Reads the sample workbooks with xlrd (formatting info on), LibreOffice
+and Gnumeric, and checks what the log writer put in them."""
 import csv
+import gzip
 import os
+import re
 import shutil
 import subprocess
 import sys
 import tempfile
+import xml.etree.ElementTree as ET
+import zipfile
 
 import xlrd
+
+# The two fills of the logs: ColorIndex 19 and 36 of the default palette.
+LIGHT_YELLOW = (255, 255, 204)
+DEEPER_YELLOW = (255, 255, 153)
 
 failures = []
 
@@ -23,7 +31,9 @@ def style(book, sheet, row, col):
     b = xf.border
     return {
         "size": font.height / 20,
-        "fill": xf.background.pattern_colour_index if xf.background.fill_pattern == 1 else None,
+        # the colour a reader shows, not the index the file happens to hold
+        "fill": book.colour_map.get(xf.background.pattern_colour_index)
+        if xf.background.fill_pattern == 1 else None,
         "border": (b.left_line_style, b.right_line_style, b.top_line_style, b.bottom_line_style),
         "align": xf.alignment.hor_align,
     }
@@ -52,11 +62,12 @@ def check_bit(folder):
     check(sh.cell_value(0, 9) == "2026/03/02 14:05:09", "bit: date in J1")
     check(sh.merged_cells == [(0, 1, 9, 13)], "bit: J1:M1 merged, got %r" % sh.merged_cells)
     check(style(book, sh, 0, 9)["align"] == 3, "bit: date aligned right")
-    check(style(book, sh, 6, 0)["fill"] == 36, "bit: A7 in colour 36")
+    check(style(book, sh, 6, 0)["fill"] == DEEPER_YELLOW,
+          "bit: A7 in colour 36, got %r" % (style(book, sh, 6, 0)["fill"],))
     check(sh.cell_value(5, 1) == "圧力" and sh.cell_value(5, 9) == "3Ch", "bit: channel comments")
-    check(style(book, sh, 5, 1)["fill"] == 19 and style(book, sh, 6, 8)["fill"] == 19,
-          "bit: first block in 19")
-    check(style(book, sh, 5, 9)["fill"] == 36 and style(book, sh, 6, 16)["fill"] == 36,
+    check(style(book, sh, 5, 1)["fill"] == LIGHT_YELLOW and style(book, sh, 6, 8)["fill"] == LIGHT_YELLOW,
+          "bit: first block in 19, got %r" % (style(book, sh, 5, 1)["fill"],))
+    check(style(book, sh, 5, 9)["fill"] == DEEPER_YELLOW and style(book, sh, 6, 16)["fill"] == DEEPER_YELLOW,
           "bit: second block in 36")
     titles = [sh.cell_value(6, c) for c in range(17)]
     check(titles[0] == "経過時間 [ms]" and titles[1] == "b0" and titles[16] == "b7", "bit: titles")
@@ -81,7 +92,7 @@ def check_bit_full(folder):
     check(sh.cell_value(20007, 0) == 20000 * 300.5, "full: the last time")
     check(sh.cell_value(20007, 128) == (20000 + 127) & 1, "full: the last bit")
     fills = [style(book, sh, 5, 2 + 8 * i)["fill"] for i in range(4)]
-    check(fills == [19, 36, 19, 36], "full: blocks alternate, got %r" % fills)
+    check(fills == [LIGHT_YELLOW, DEEPER_YELLOW] * 2, "full: blocks alternate, got %r" % fills)
 
 
 def check_ch(folder):
@@ -91,7 +102,7 @@ def check_ch(folder):
     check(sh.cell_value(0, 7) == "2026/03/02 14:05:09", "ch: date in H1")
     check(sh.merged_cells == [(0, 1, 7, 9)], "ch: H1:I1 merged")
     check([sh.cell_value(6, c) for c in range(3)] == ["経過時間 [ms]", "ch1", "ch2"], "ch: titles")
-    check(all(style(book, sh, 6, c)["fill"] == 36 for c in range(3)), "ch: titles in 36")
+    check(all(style(book, sh, 6, c)["fill"] == DEEPER_YELLOW for c in range(3)), "ch: titles in 36")
     check(sh.cell_value(5, 1) == "温度" and sh.cell_value(5, 2) == "2Ch", "ch: comments in row 6")
     check(sh.cell_value(7, 1) == -2.5 and abs(sh.cell_value(7, 2) - 1 / 3) < 1e-14, "ch: values")
     widths = {c: ci.width for c, ci in sh.colinfo_map.items()}
@@ -122,16 +133,31 @@ def check_small(folder):
     check(sh.cell_value(1, 1) == "plain latin text", "strings: 8-bit text")
 
 
-def check_libreoffice(folder):
-    soffice = shutil.which("soffice")
-    if soffice is None:
-        print("LibreOffice not installed: its check is left out")
-        return
+def soffice_convert(folder, names, target):
     out = tempfile.mkdtemp()
-    for name in ("bit.xls", "ch.xls", "bit_full.xls"):
-        subprocess.run([soffice, "--headless", "--convert-to", "csv:Text - txt - csv (StarCalc):44,34,76",
-                        "--outdir", out, os.path.join(folder, name)],
-                       check=True, capture_output=True, timeout=300)
+    subprocess.run(["soffice", "--headless", "--convert-to", target, "--outdir", out]
+                   + [os.path.join(folder, name) for name in names],
+                   check=True, capture_output=True, timeout=300)
+    return out
+
+
+XLSX = {"m": "http://schemas.openxmlformats.org/spreadsheetml/2006/main"}
+
+
+def xlsx_fill(book, ref):
+    """The fill colour LibreOffice exported for a cell, as (r, g, b)."""
+    sheet = ET.fromstring(book.read("xl/worksheets/sheet1.xml"))
+    styles = ET.fromstring(book.read("xl/styles.xml"))
+    cell = sheet.find(".//m:c[@r='%s']" % ref, XLSX)
+    xf = styles.findall("m:cellXfs/m:xf", XLSX)[int(cell.get("s", "0"))]
+    colour = styles.findall("m:fills/m:fill", XLSX)[int(xf.get("fillId"))].find(".//m:fgColor", XLSX)
+    rgb = colour.get("rgb") if colour is not None else None
+    return tuple(int(rgb[i:i + 2], 16) for i in (2, 4, 6)) if rgb else None
+
+
+def check_libreoffice(folder):
+    out = soffice_convert(folder, ["bit.xls", "ch.xls", "bit_full.xls"],
+                          "csv:Text - txt - csv (StarCalc):44,34,76")
     with open(os.path.join(out, "bit.csv"), encoding="utf-8") as f:
         rows = list(csv.reader(f))
     check(rows[0][0] == "タヴェリン Ver1.11", "libreoffice: title")
@@ -144,12 +170,39 @@ def check_libreoffice(folder):
     check(len(rows) == 20008 and rows[20007][0] == "6010000", "libreoffice: 20,001 rows")
     shutil.rmtree(out)
 
+    out = soffice_convert(folder, ["bit.xls", "ch.xls"], "xlsx")
+    with zipfile.ZipFile(os.path.join(out, "bit.xlsx")) as book:
+        sheet = book.read("xl/worksheets/sheet1.xml").decode()
+        check('<autoFilter ref="A6:Q10"' in sheet, "libreoffice: bit filter A6:Q10")
+        fills = [xlsx_fill(book, ref) for ref in ("A7", "B6", "I7", "J6")]
+        check(fills == [DEEPER_YELLOW, LIGHT_YELLOW, LIGHT_YELLOW, DEEPER_YELLOW],
+              "libreoffice: bit fills, got %r" % fills)
+    with zipfile.ZipFile(os.path.join(out, "ch.xlsx")) as book:
+        check('<autoFilter ref="A7:C9"' in book.read("xl/worksheets/sheet1.xml").decode(),
+              "libreoffice: ch filter A7:C9")
+        check(xlsx_fill(book, "B7") == DEEPER_YELLOW, "libreoffice: ch titles in 36")
+    shutil.rmtree(out)
+
+
+def check_gnumeric(folder):
+    """Gnumeric shows a filter only where the file carries its arrows."""
+    out = tempfile.mkdtemp()
+    for name, area in (("bit", "A6:Q10"), ("ch", "A7:C9"), ("an", "A7:M9")):
+        target = os.path.join(out, name + ".gnumeric")
+        subprocess.run(["ssconvert", os.path.join(folder, name + ".xls"), target],
+                       check=True, capture_output=True, timeout=120)
+        with gzip.open(target, "rt", encoding="utf-8") as f:
+            areas = re.findall(r'<gnm:Filter Area="([^"]+)"', f.read())
+        check(areas == [area], "gnumeric: %s filter %s, got %r" % (name, area, areas))
+    shutil.rmtree(out)
+
 
 def main():
     generator = sys.argv[1]
     folder = tempfile.mkdtemp()
     subprocess.run([generator, folder], check=True)
-    for step in (check_bit, check_bit_full, check_ch, check_an, check_small, check_libreoffice):
+    for step in (check_bit, check_bit_full, check_ch, check_an, check_small, check_libreoffice,
+                 check_gnumeric):
         try:
             step(folder)
         except Exception as error:  # a reader that rejects a file is a failure
