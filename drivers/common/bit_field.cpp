@@ -10,7 +10,7 @@
 namespace kvr {
 namespace {
 
-using Bits = unsigned __int128;
+using Bits = FieldBits;
 
 inline bool InStream(int64_t slot) {
   return slot >= 0 && slot < kBitSlots;
@@ -137,7 +137,9 @@ void ProcessBitFields(const BitFieldTables& t) {
     if (turn) field ^= LowMask(length);
     if (reverse) field = ReverseLow(field, length);
     // First bit most significant, kept to its low 32 bits.
-    t.makeData[c] = static_cast<int32_t>(static_cast<std::uint32_t>(ReverseLow(field, length)));
+    const Bits msbFirst = ReverseLow(field, length);
+    t.makeData[c] = static_cast<int32_t>(static_cast<std::uint32_t>(msbFirst));
+    if (t.fields != nullptr) t.fields[c] = msbFirst;
 
     const Bits inStream = first >= 0 ? (first < kBitSlots ? LowMask(length) << first : 0)
                                      : (first > -kBitSlots ? LowMask(length) >> -first : 0);
@@ -156,7 +158,13 @@ void ProcessBitFields(const BitFieldTables& t) {
 double FieldNumber(const int32_t* bits, int64_t firstSlot, int32_t length, int32_t conversion) {
   length = FieldLength(length);
   if (length == 0) return 0.0;
-  const Bits value = FieldMsbFirst(bits, firstSlot, length);
+  return FieldNumber(FieldMsbFirst(bits, firstSlot, length), length, conversion);
+}
+
+double FieldNumber(FieldBits field, int32_t length, int32_t conversion) {
+  length = FieldLength(length);
+  if (length == 0) return 0.0;
+  const Bits value = field & LowMask(length);
   const bool signBit = ((value >> (length - 1)) & 1) != 0;
   switch (conversion) {
     case 1: {

@@ -9,6 +9,9 @@ constexpr int kBitSlots = 128;
 constexpr int kUsbIoChannels = 16;
 constexpr int kMaxFieldLength = 128;
 
+// A field of up to 128 bits, its first bit the most significant.
+using FieldBits = unsigned __int128;
+
 struct BitFieldTables {
   const int32_t* HidCh;
   int32_t channels;        // already limited to kUsbIoChannels
@@ -20,6 +23,7 @@ struct BitFieldTables {
   const int32_t* bitTurn;
   int32_t* makeData;
   int32_t* makeBits;
+  FieldBits* fields = nullptr;  // when given: each live channel's whole processed field
 };
 
 // Bit processing of every live channel: the processed stream starts as a copy
@@ -30,9 +34,12 @@ void ProcessBitFields(const BitFieldTables& t);
 // Writes the eight input bits of `value` into slots [0, 8) of `slots`.
 void ExpandByte(int32_t value, int32_t* slots);
 
-// The number a field stands for, read from `bits` with its first bit most
-// significant: 0 unsigned, 1 sign and magnitude, 2 two's complement,
-// 3 count of ones. Other modes read as unsigned.
+// The number a field of `length` bits stands for: 0 unsigned, 1 sign and
+// magnitude, 2 two's complement, 3 count of ones. Other modes read as
+// unsigned. Bits above the length are ignored.
+double FieldNumber(FieldBits field, int32_t length, int32_t conversion);
+
+// The same for a field read from a bit table, its first slot most significant.
 double FieldNumber(const int32_t* bits, int64_t firstSlot, int32_t length, int32_t conversion);
 
 // First slot of channel c's field.

@@ -75,7 +75,7 @@ TEST(UsbIoLibrary, ConvertsFieldsAsConfigured) {
       {"reversed", {{0, 0x01}}, 0, 1, 8, 0, 1, 0, 0b00000001, 1},
       {"inverted, then reversed", {{0, 0x01}}, 0, 1, 8, 1, 1, 0, 0b11111110, 254},
       {"last module, field past slot 127", {{15, 0xF0}}, 15, 5, 8, 0, 0, 0, 0b11110000, 240},
-      {"past slot 127, inverted", {{15, 0xF0}}, 15, 5, 8, 1, 0, 0, 0b00001111, 0},
+      {"past slot 127, inverted", {{15, 0xF0}}, 15, 5, 8, 1, 0, 0, 0b00001111, 15},
       {"one bit field, sign only", {{3, 0x01}}, 3, 1, 1, 0, 0, 1, 1, 0},
   };
   for (const Conversion& c : cases) {
@@ -89,6 +89,49 @@ TEST(UsbIoLibrary, ConvertsFieldsAsConfigured) {
     EXPECT_EQ(sampled->io.USBIO_J1_MakeData(c.channel), c.makeData) << c.name;
     EXPECT_EQ(sampled->io.USBIO_Value(c.channel), c.value) << c.name;
     EXPECT_EQ(sampled->io.USBIO_J1_MakeData_Bit(128), 7) << c.name;
+  }
+}
+
+// A channel's value comes from its own processed field, whole: not from the
+// shared bit table, where later channels write over it and which ends at
+// slot 127. So it never depends on which other modules are plugged in.
+TEST(UsbIoLibrary, AChannelsValueIsItsOwnFieldWhateverElseIsPluggedIn) {
+  struct Case {
+    const char* name;
+    std::map<int, int> inputs;
+    int16_t channel;
+    int32_t startBit, length, turn, reverse;
+    double value;
+  };
+  const double forty = 1099511627775.0;  // 2^40 - 1
+  const Case cases[] = {
+      {"inverted word, next module absent", {{0, 0}}, 0, 1, 16, 1, 0, 65535},
+      {"inverted word, next module present", {{0, 0}, {1, 0}}, 0, 1, 16, 1, 0, 65535},
+      {"reversed word across two modules", {{0, 0x34}, {1, 0x12}}, 0, 1, 16, 0, 1, 0x1234},
+      {"reversed field past slot 127", {{15, 0x80}}, 15, 8, 4, 0, 1, 1},
+      {"40 bits, later modules present",
+       {{0, 0}, {1, 0}, {2, 0}, {3, 0}, {4, 0}},
+       0,
+       1,
+       40,
+       1,
+       0,
+       forty},
+      {"40 bits past slot 127", {{14, 0}, {15, 0}}, 14, 1, 40, 1, 0, forty},
+  };
+  for (const Case& c : cases) {
+    const auto sampled = SampleOnce(c.inputs, [&](ELM327_Info& device) {
+      device.usbio_StartBit(c.channel) = c.startBit;
+      device.usbio_DataLength(c.channel) = c.length;
+      device.usbio_bit_turn(c.channel) = c.turn;
+      device.usbio_bit_reverse(c.channel) = c.reverse;
+    });
+    EXPECT_EQ(sampled->io.USBIO_Value(c.channel), c.value) << c.name;
+    if (c.length <= 32) {
+      EXPECT_EQ(sampled->io.USBIO_Value(c.channel),
+                static_cast<uint32_t>(sampled->io.USBIO_J1_MakeData(c.channel)))
+          << c.name;
+    }
   }
 }
 
