@@ -54,7 +54,7 @@ void ApplyRunOptions(const RunOptions& options, ConsoleSession& session) {
     device.t_LogSaveFilePath_mode = 2;
     device.t_LogSaveFilePath = *options.folder;
   }
-  if (options.comment) device.t_LogComment = *options.comment;
+  if (options.comment) device.t_LogComment = RunComment(*options.comment);
   if (options.subFolder) device.t_LogSave_subFolder = 1;
   if (options.format) device.t_LogSaveFormat = *options.format;
 }

@@ -25,22 +25,17 @@ std::string ClearingLineEnds(const std::string& screen) {
 
 }  // namespace
 
-int RunMonitor(const std::vector<std::string>& args, const std::string& programFolder) {
-  std::string error;
-  const auto options = ParseRunOptions(args, false, error);
-  if (!options) {
-    std::cerr << "tavelin-cli monitor: " << error << "\n";
-    return 2;
-  }
+int RunMonitor(const RunOptions& options, const std::string& programFolder) {
   auto session = BootConsole(programFolder, std::cerr);
   if (!session) return 1;
+  session->device.t_LogSave_Enable = 0;  // showing, not recording
 
   TerminalView view(session->device, session->USB_IO, session->USB_Probe);
   const bool terminal = isatty(STDOUT_FILENO) != 0;
   double drawnAt = -kRedrawSeconds;
   double lastElapsed = 0.0;
   if (terminal) std::cout << "\x1b[?25l\x1b[2J" << std::flush;
-  RunSampling(*session, view, *options, [&](double elapsed, const FormBG&) {
+  RunSampling(*session, view, options, [&](double elapsed, const FormBG&) {
     lastElapsed = elapsed;
     if (!terminal || elapsed - drawnAt < kRedrawSeconds) return;
     drawnAt = elapsed;

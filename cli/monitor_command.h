@@ -1,10 +1,12 @@
 #pragma once
 #include <string>
-#include <vector>
+
+#include "cli/run_options.h"
 
 namespace tavelin::cli {
 
 // tavelin-cli monitor: a sampling run shown in the terminal until Ctrl+C.
-int RunMonitor(const std::vector<std::string>& args, const std::string& programFolder);
+// It never logs, whatever the stored settings say.
+int RunMonitor(const RunOptions& options, const std::string& programFolder);
 
 }  // namespace tavelin::cli

@@ -9,6 +9,7 @@
 #include "cli/terminal_view.h"
 #include "logging/log_names.h"
 #include "platform/file_system.h"
+#include "sampling/run_start.h"
 
 namespace tavelin::cli {
 namespace {
@@ -35,21 +36,19 @@ std::string Progress(double elapsed, int64_t rows, int32_t files) {
 
 }  // namespace
 
-int RunRecord(const std::vector<std::string>& args, const std::string& programFolder) {
-  std::string error;
-  const auto options = ParseRunOptions(args, true, error);
-  if (!options) {
-    std::cerr << "tavelin-cli record: " << error << "\n";
-    return 2;
-  }
+int RunRecord(const RunOptions& options, const std::string& programFolder) {
   auto session = BootConsole(programFolder, std::cerr);
   if (!session) return 1;
-  if (options->folder && !FolderExists(*options->folder)) {
-    std::cerr << "tavelin-cli record: --folder: no such folder: " << *options->folder << "\n";
+  if (options.folder && !FolderExists(*options.folder)) {
+    std::cerr << "tavelin-cli record: --folder: no such folder: " << *options.folder << "\n";
     return 2;
   }
   session->device.t_LogSave_Enable = 1;
-  ApplyRunOptions(*options, *session);
+  ApplyRunOptions(options, *session);
+  if (CommentRefused(session->device.t_LogComment, session->device)) {
+    std::cerr << "tavelin-cli record: " << kCommentNeededMessage << "\n";
+    return 2;
+  }
   try {
     CheckLogFolder(*session);
   } catch (const FileError& failure) {
@@ -62,7 +61,7 @@ int RunRecord(const std::vector<std::string>& args, const std::string& programFo
   double shownAt = -kProgressSeconds;
   try {
     const RunSummary summary =
-        RunSampling(*session, view, *options, [&](double elapsed, const FormBG& engine) {
+        RunSampling(*session, view, options, [&](double elapsed, const FormBG& engine) {
           if (!terminal || elapsed - shownAt < kProgressSeconds) return;
           shownAt = elapsed;
           std::cerr << Progress(elapsed, engine.Excel_DB.RowsLogged(),

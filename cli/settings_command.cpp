@@ -18,7 +18,7 @@ const char* ReadResultText(int32_t result) {
     case kNoFile:
       return "no file: defaults";
     case kOtherVersion:
-      return "another version: deleted, defaults";
+      return "another version: kept here, replaced by defaults at the next start";
     default:
       return "read with an error: the fields before it apply";
   }
@@ -75,21 +75,16 @@ void PrintSettings(const ELM327_Info& device, const KVR_USB_Probe& USB_Probe, st
   }
 }
 
-int RunSettings(const std::vector<std::string>& args, const std::string& programFolder) {
-  const bool reset = args.size() == 1 && args[0] == "--reset";
-  const bool view = args.size() == 2 && args[0] == "--view" && args[1].size() == 1 &&
-                    args[1][0] >= '1' && args[1][0] <= '4';
-  if (!args.empty() && !reset && !view) {
-    std::cerr << "tavelin-cli settings: use no option, --reset, or --view 1-4\n";
-    return 2;
-  }
+int RunSettings(const SettingsOptions& options, const std::string& programFolder) {
+  const bool reset = options.reset;
+  const bool view = options.view.has_value();
   ELM327_Info::SetProgramFolder(programFolder);
   ELM327_Info device;
   KVR_USB_Probe probe{UsbProbeEntryPoints{}};
   if (view) {
     // Only the display mode changes; everything else stays as read.
     Read_Config(device, programFolder);
-    device.t_ViewCh = args[1][0] - '0';
+    device.t_ViewCh = *options.view;
     if (Write_Config(device, programFolder) != kWritten) {
       std::cerr << "tavelin-cli settings: cannot write " << kConfigFile << " in " << programFolder
                 << "\n";
@@ -111,9 +106,14 @@ int RunSettings(const std::vector<std::string>& args, const std::string& program
     std::cout << "設定を既定に戻しました: " << programFolder << "\n";
     return 0;
   }
-  std::cout << kConfigFile << ": " << ReadResultText(Read_Config(device, programFolder)) << "\n"
-            << kChSetFile << ": " << ReadResultText(Read_ChSet(device, programFolder)) << "\n"
-            << kAnSetFile << ": " << ReadResultText(Read_AnSet(probe, programFolder)) << "\n\n";
+  // Showing changes nothing: a file of another version stays until the
+  // program (or a run of record or monitor) starts and replaces it.
+  const auto keep = OtherVersion::Keep;
+  std::cout << kConfigFile << ": " << ReadResultText(Read_Config(device, programFolder, keep))
+            << "\n"
+            << kChSetFile << ": " << ReadResultText(Read_ChSet(device, programFolder, keep)) << "\n"
+            << kAnSetFile << ": " << ReadResultText(Read_AnSet(probe, programFolder, keep))
+            << "\n\n";
   PrintSettings(device, probe, std::cout);
   return 0;
 }

@@ -1,8 +1,8 @@
 #pragma once
 #include <iosfwd>
 #include <string>
-#include <vector>
 
+#include "cli/command_line.h"
 #include "devices/KVR_USB_Probe.h"
 #include "state/ELM327_Info.h"
 
@@ -10,7 +10,7 @@ namespace tavelin::cli {
 
 // tavelin-cli settings [--reset]: shows the settings files of the program's
 // folder, or writes the defaults over them.
-int RunSettings(const std::vector<std::string>& args, const std::string& programFolder);
+int RunSettings(const SettingsOptions& options, const std::string& programFolder);
 
 // The settings as a person reads them.
 void PrintSettings(const ELM327_Info& device, const KVR_USB_Probe& USB_Probe, std::ostream& out);

@@ -2,28 +2,37 @@
 
 #include <iconv.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <stdexcept>
+
+#include "platform/utf8.h"
 
 namespace tavelin {
 namespace {
 
-// Length of the UTF-8 sequence that starts with `lead` (1 for a stray byte).
-std::size_t SequenceLength(unsigned char lead) {
-  if (lead >= 0xF0) return 4;
-  if (lead >= 0xE0) return 3;
-  if (lead >= 0xC0) return 2;
-  return 1;
+// Bytes of the character that starts at `at`: input is valid UTF-8 here.
+std::size_t Utf8Length(const char* at, std::size_t left) {
+  std::size_t position = 0;
+  NextCodePoint(std::string_view(at, left), position);
+  return position;
 }
 
-std::size_t Cp932Length(unsigned char lead) {
-  return (lead >= 0x81 && lead <= 0x9F) || (lead >= 0xE0 && lead <= 0xFC) ? 2 : 1;
+// Bytes of the CP932 character that starts at `at`: a lead byte counts
+// with the byte after it only where that byte can follow a lead, so a
+// broken lead never takes the line end with it.
+std::size_t Cp932Length(const char* at, std::size_t left) {
+  const auto lead = static_cast<unsigned char>(at[0]);
+  const bool isLead = (lead >= 0x81 && lead <= 0x9F) || (lead >= 0xE0 && lead <= 0xFC);
+  if (!isLead || left < 2) return 1;
+  const auto trail = static_cast<unsigned char>(at[1]);
+  return (trail >= 0x40 && trail <= 0x7E) || (trail >= 0x80 && trail <= 0xFC) ? 2 : 1;
 }
 
 // Converts all of `input`; where a character cannot be converted, writes
 // "?" and skips the character, as `skip` measures it.
 std::string Convert(std::string_view input, const char* to, const char* from,
-                    std::size_t (*skip)(unsigned char)) {
+                    std::size_t (*skip)(const char*, std::size_t)) {
   iconv_t cd = iconv_open(to, from);
   if (cd == reinterpret_cast<iconv_t>(-1)) {
     throw std::runtime_error(std::string("no conversion from ") + from + " to " + to);
@@ -42,7 +51,7 @@ std::string Convert(std::string_view input, const char* to, const char* from,
     if (errno == E2BIG) continue;
     // EILSEQ or EINVAL: one character that cannot be carried.
     out += '?';
-    const std::size_t length = std::min(inLeft, skip(static_cast<unsigned char>(*in)));
+    const std::size_t length = std::min(inLeft, skip(in, inLeft));
     in += length;
     inLeft -= length;
     iconv(cd, nullptr, nullptr, nullptr, nullptr);
@@ -62,7 +71,7 @@ bool IsAscii(std::string_view text) {
 
 std::string ToCodePage(std::string_view utf8) {
   if (IsAscii(utf8)) return std::string(utf8);
-  return Convert(utf8, "CP932", "UTF-8", SequenceLength);
+  return Convert(ValidUtf8(utf8), "CP932", "UTF-8", Utf8Length);
 }
 
 std::string FromCodePage(std::string_view cp932) {

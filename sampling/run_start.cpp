@@ -1,5 +1,7 @@
 #include "sampling/run_start.h"
 
+#include "platform/utf8.h"
+
 namespace tavelin {
 
 void PrepareDevicesForRun(bool analog, const ELM327_Info& device, USB_IO_IF& usbIo,
@@ -10,6 +12,14 @@ void PrepareDevicesForRun(bool analog, const ELM327_Info& device, USB_IO_IF& usb
   }
   usbIo.Data_ALL_Clear();
   usbIo.Data_ALL_Set(device);
+}
+
+std::string RunComment(std::string_view typed) {
+  return FirstCharacters(TrimBlanks(typed), kRunCommentLength);
+}
+
+bool CommentRefused(const std::string& comment, const ELM327_Info& device) {
+  return comment.empty() && device.t_LogSave_subFolder == 1;
 }
 
 }  // namespace tavelin

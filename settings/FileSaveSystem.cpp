@@ -6,7 +6,6 @@
 #include <array>
 #include <exception>
 #include <fstream>
-#include <iterator>
 #include <vector>
 
 #include "platform/file_system.h"
@@ -33,11 +32,14 @@ std::string PathIn(const std::string& folder, const char* file) {
   return JoinPath(folder, file);
 }
 
-// The whole file; false when it cannot be read.
-bool ReadWhole(const std::string& path, std::string& bytes) {
+// The file up to `limit` bytes: what lies behind a record is never read,
+// however large the file. False when it cannot be read.
+bool ReadRecordBytes(const std::string& path, std::size_t limit, std::string& bytes) {
   std::ifstream in(path, std::ios::binary);
   if (!in) return false;
-  bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  bytes.resize(limit);
+  in.read(bytes.data(), static_cast<std::streamsize>(limit));
+  bytes.resize(static_cast<std::size_t>(in.gcount()));
   return !in.bad();
 }
 
@@ -57,14 +59,15 @@ bool WriteFromStart(const std::string& path, const std::string& bytes) {
 }
 
 template <typename Target, typename Apply>
-int32_t ReadFile(const std::string& folder, const char* file, Target& target, Apply applyRecord) {
+int32_t ReadFile(const std::string& folder, const char* file, std::size_t maxBytes,
+                 OtherVersion otherVersion, Target& target, Apply applyRecord) {
   const std::string path = PathIn(folder, file);
   try {
     if (!FileExists(path)) return kNoFile;
     std::string bytes;
-    const bool readWell = ReadWhole(path, bytes);
+    const bool readWell = ReadRecordBytes(path, maxBytes, bytes);
     int32_t result = applyRecord(bytes, target);
-    if (result == kOtherVersion) {
+    if (result == kOtherVersion && otherVersion == OtherVersion::Delete) {
       try {
         DeleteFile(path);
       } catch (const std::exception&) {
@@ -72,6 +75,7 @@ int32_t ReadFile(const std::string& folder, const char* file, Target& target, Ap
       }
       return result;
     }
+    if (result == kOtherVersion) return result;
     if (!readWell && result == kRead) result = kReadWithError;
     return result;
   } catch (const std::exception&) {
@@ -167,8 +171,8 @@ std::string ConfigRecord(const ELM327_Info& device, bool& failed) {
   return out.Bytes();
 }
 
-int32_t Read_Config(ELM327_Info& device, const std::string& folder) {
-  return ReadFile(folder, kConfigFile, device, ApplyConfigRecord);
+int32_t Read_Config(ELM327_Info& device, const std::string& folder, OtherVersion otherVersion) {
+  return ReadFile(folder, kConfigFile, kConfigMaxBytes, otherVersion, device, ApplyConfigRecord);
 }
 
 int32_t Write_Config(const ELM327_Info& device, const std::string& folder) {
@@ -261,8 +265,8 @@ std::string ChSetRecord(const ELM327_Info& device, bool& failed) {
   return out.Bytes();
 }
 
-int32_t Read_ChSet(ELM327_Info& device, const std::string& folder) {
-  return ReadFile(folder, kChSetFile, device, ApplyChSetRecord);
+int32_t Read_ChSet(ELM327_Info& device, const std::string& folder, OtherVersion otherVersion) {
+  return ReadFile(folder, kChSetFile, kChSetMaxBytes, otherVersion, device, ApplyChSetRecord);
 }
 
 int32_t Write_ChSet(const ELM327_Info& device, const std::string& folder) {
@@ -328,8 +332,8 @@ std::string AnSetRecord(const KVR_USB_Probe& USB_Probe, bool& failed) {
   return out.Bytes();
 }
 
-int32_t Read_AnSet(KVR_USB_Probe& USB_Probe, const std::string& folder) {
-  return ReadFile(folder, kAnSetFile, USB_Probe, ApplyAnSetRecord);
+int32_t Read_AnSet(KVR_USB_Probe& USB_Probe, const std::string& folder, OtherVersion otherVersion) {
+  return ReadFile(folder, kAnSetFile, kAnSetMaxBytes, otherVersion, USB_Probe, ApplyAnSetRecord);
 }
 
 int32_t Write_AnSet(const KVR_USB_Probe& USB_Probe, const std::string& folder) {

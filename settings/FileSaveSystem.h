@@ -22,15 +22,30 @@ inline constexpr int32_t kReadWithError = -3;
 inline constexpr int32_t kWritten = 0;
 inline constexpr int32_t kWriteFailed = -1;
 
+// What a reader does with a file of another version: the program deletes
+// it, and writes its defaults at exit; a look at the settings keeps it.
+enum class OtherVersion { Delete, Keep };
+
 // Each reader reads its file in `folder`, trapping every error: whatever
-// the bytes, it never throws. Each writer writes one record from the start
-// of the file without cutting what lies behind it.
-int32_t Read_Config(ELM327_Info& device, const std::string& folder);
+// the bytes, it never throws, and it reads no more of the file than the
+// largest record can hold. Each writer writes one record from the start of
+// the file without cutting what lies behind it.
+int32_t Read_Config(ELM327_Info& device, const std::string& folder,
+                    OtherVersion otherVersion = OtherVersion::Delete);
 int32_t Write_Config(const ELM327_Info& device, const std::string& folder);
-int32_t Read_ChSet(ELM327_Info& device, const std::string& folder);
+int32_t Read_ChSet(ELM327_Info& device, const std::string& folder,
+                   OtherVersion otherVersion = OtherVersion::Delete);
 int32_t Write_ChSet(const ELM327_Info& device, const std::string& folder);
-int32_t Read_AnSet(KVR_USB_Probe& USB_Probe, const std::string& folder);
+int32_t Read_AnSet(KVR_USB_Probe& USB_Probe, const std::string& folder,
+                   OtherVersion otherVersion = OtherVersion::Delete);
 int32_t Write_AnSet(const KVR_USB_Probe& USB_Probe, const std::string& folder);
+
+// The largest record of each file: its numbers and every text at the
+// longest its 16-bit count allows.
+inline constexpr std::size_t kLongestText = 2 + 65535;
+inline constexpr std::size_t kConfigMaxBytes = 68 + 6 * (kLongestText - 2);
+inline constexpr std::size_t kChSetMaxBytes = 2356 + 148 * (kLongestText - 2);
+inline constexpr std::size_t kAnSetMaxBytes = 2088 + 60 * (kLongestText - 2);
 
 // The records as bytes. The readers give kRead, kOtherVersion (nothing
 // applied) or kReadWithError; the writers set `failed` on a cut text.

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/file_system.h"
+#include "platform/utf8.h"
 #include "spreadsheet/compound_file.h"
 #include "spreadsheet/filter_arrows.h"
 #include "spreadsheet/little_endian.h"
@@ -48,38 +49,6 @@ void Simple16(std::string& out, uint16_t id, uint16_t value) {
   U16(out, value);
 }
 
-// UTF-8 to UTF-16 code units.
-std::u16string Utf16(std::string_view utf8) {
-  std::u16string out;
-  for (std::size_t i = 0; i < utf8.size();) {
-    const auto lead = static_cast<unsigned char>(utf8[i]);
-    char32_t cp = lead;
-    std::size_t length = 1;
-    if (lead >= 0xF0) {
-      cp = lead & 0x07;
-      length = 4;
-    } else if (lead >= 0xE0) {
-      cp = lead & 0x0F;
-      length = 3;
-    } else if (lead >= 0xC0) {
-      cp = lead & 0x1F;
-      length = 2;
-    }
-    for (std::size_t k = 1; k < length && i + k < utf8.size(); ++k) {
-      cp = (cp << 6) | (static_cast<unsigned char>(utf8[i + k]) & 0x3F);
-    }
-    i += length;
-    if (cp >= 0x10000) {
-      cp -= 0x10000;
-      out += static_cast<char16_t>(0xD800 + (cp >> 10));
-      out += static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
-    } else {
-      out += static_cast<char16_t>(cp);
-    }
-  }
-  return out;
-}
-
 bool Compressible(const std::u16string& text) {
   return std::all_of(text.begin(), text.end(), [](char16_t c) { return c <= 0xFF; });
 }
@@ -96,7 +65,7 @@ void Characters(std::string& out, const std::u16string& text, bool compressed) {
 
 // A short text with a one-byte count, as in FONT and BOUNDSHEET.
 void ShortText(std::string& out, std::string_view utf8) {
-  const std::u16string text = Utf16(utf8);
+  const std::u16string text = Utf16Of(utf8);
   const bool compressed = Compressible(text);
   U8(out, static_cast<uint8_t>(text.size()));
   U8(out, compressed ? 0 : 1);
@@ -188,7 +157,7 @@ struct SharedStrings {
     if (found != index.end()) return found->second;
     const auto i = static_cast<uint32_t>(strings.size());
     index.emplace(std::string(text), i);
-    strings.push_back(Utf16(text));
+    strings.push_back(Utf16Of(text));
     return i;
   }
 };

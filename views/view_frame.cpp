@@ -17,26 +17,10 @@ constexpr Colour kCommentIdle = 0xB4B4B4;
 constexpr Colour kCommentRun = 0x505050;
 constexpr Colour kDeviceOn = 0x00FF00;
 constexpr Colour kDeviceOff = Rgb(100, 100, 100);
-constexpr int kCommentLength = 50;
 
 void SetColours(QWidget* widget, Colour back, Colour fore) {
   SetBackColor(widget, back);
   SetForeColor(widget, fore);
-}
-
-// The first `count` characters, counted as characters and not as bytes.
-QString FirstCharacters(const QString& text, int count) {
-  const QList<uint> characters = text.toUcs4();
-  if (characters.size() <= count) return text;
-  return QString::fromUcs4(reinterpret_cast<const char32_t*>(characters.constData()), count);
-}
-
-QString TrimBlanks(const QString& text) {
-  int first = 0;
-  int last = static_cast<int>(text.size());
-  while (first < last && text[first] == QLatin1Char(' ')) ++first;
-  while (last > first && text[last - 1] == QLatin1Char(' ')) --last;
-  return text.mid(first, last - first);
 }
 
 template <typename Labels>
@@ -91,7 +75,7 @@ ViewFrame::ViewFrame(ViewHost& host, const FrameDesign& design)
   TB_Status_Box->setFocusPolicy(Qt::NoFocus);
   TB_LogComment = MakeTextBox(design.commentLeft, design.commentTop, design.commentWidth, 240,
                               QString(), 0xC0C0C0, 0);
-  TB_LogComment->setMaxLength(kCommentLength);
+  TB_LogComment->setMaxLength(static_cast<int>(kRunCommentLength));
 
   BuildMenus();
 }
@@ -260,15 +244,12 @@ void ViewFrame::Pic_Connect_Click() {
   SetMenusEnabled(false);
   SetCommentLook(true);
 
-  const QString comment = TrimBlanks(TB_LogComment->text());
-  if (comment.isEmpty() && device->t_LogSave_subFolder == 1) {
-    host_.Boxes().Critical(
-        this, Q(device->Application_title),
-        QStringLiteral("「コメントをサブフォルダにして保存する」が有効になっています。\n"
-                       "コメントを記入して下さい。"));
+  const std::string comment = RunComment(S(TB_LogComment->text()));
+  if (CommentRefused(comment, *device)) {
+    host_.Boxes().Critical(this, Q(device->Application_title), Q(kCommentNeededMessage));
     return;  // Refused: only Disconnect leads out
   }
-  device->t_LogComment = S(FirstCharacters(comment, kCommentLength));
+  device->t_LogComment = comment;
   if (LogsToWorkbook(*device)) objExcel = OpenExcelForRun();
   TB_Status_Box->setText(QStringLiteral("通信初期処理中"));
   TB_Status_Box->repaint();

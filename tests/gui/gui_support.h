@@ -13,6 +13,7 @@
 #include "app/Form1.h"
 #include "app/boot_windows.h"
 #include "settings/FileSaveSystem.h"
+#include "support/program_folder.h"
 #include "support/simulation.h"
 #include "views/view_frame.h"
 
@@ -30,29 +31,6 @@ class RecordingBoxes final : public MessageBoxes {
   }
   QStringList titles, criticals, questions;
   bool answer = true;
-};
-
-// The program's folder: the built libraries, some replaced by stand-ins or
-// left out.
-class ProgramFolder {
- public:
-  explicit ProgramFolder(std::map<std::string, std::string> standIns = {},
-                         std::vector<std::string> missing = {}) {
-    namespace fs = std::filesystem;
-    for (const char* file : {kKvr100File, kKvrUsbIoFile, kKvrUsbProbeFile}) {
-      if (std::find(missing.begin(), missing.end(), file) != missing.end()) continue;
-      const auto standIn = standIns.find(file);
-      fs::create_symlink(standIn == standIns.end()
-                             ? fs::path(TAVELIN_BIN_DIR) / file
-                             : fs::path(TAVELIN_FAKES_DIR) / standIn->second / file,
-                         folder_.Path() / file);
-    }
-  }
-  std::string Path() const { return folder_.Path().string(); }
-  bool Has(const char* file) const { return std::filesystem::exists(folder_.Path() / file); }
-
- private:
-  TempFolder folder_;
 };
 
 // Settings as a user left them: consent given, the view of `mode`.

@@ -131,6 +131,19 @@ TEST_F(TextLog, FileBytesAreCp932WithoutMarkAndWithCrLf) {
   }
 }
 
+TEST_F(TextLog, ABrokenCommentLosesNothingAfterIt) {
+  device.t_LogComment =
+      "\xF0"
+      "ABC";
+  devices.PlugModules({0});
+  device.usbio_comment(0) =
+      "\xE3\x81"
+      "x";
+  WriteWithRows(3, {1});
+  const std::string bytes = ReadBytes(path);
+  EXPECT_NE(bytes.find("\r\n?ABC\r\n\r\nch0 \x81\x46?x\r\n"), std::string::npos) << bytes;
+}
+
 TEST_F(TextLog, TheSpreadsheetFormatWritesAWorkbookAndNoText) {
   device.t_LogSaveFormat = 1;
   device.ExcelInstallCheck = 1;

@@ -126,6 +126,9 @@ def check_small(folder):
     book = open_book(folder, "none.xls")
     sh = book.sheet_by_index(0)
     check(sh.cell_value(6, 0) == "経過時間 [ms]" and sh.ncols <= 13, "none: W is 1")
+    sh = open_book(folder, "broken_text.xls").sheet_by_index(0)
+    check(sh.cell_value(2, 0) == "?ABC" and sh.cell_value(5, 1) == "炉???温",
+          "broken text: one ? per broken sequence, got %r" % [sh.cell_value(2, 0), sh.cell_value(5, 1)])
     book = open_book(folder, "strings.xls")
     sh = book.sheet_by_index(0)
     check(sh.cell_value(2999, 0) == "測定点2999", "strings: the last of 3000")

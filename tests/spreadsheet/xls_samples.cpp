@@ -95,6 +95,18 @@ int main(int argc, char** argv) {
       out, "empty.xls", 3, [](test::HandFilledDevices& d, ELM327_Info&) { d.PlugModules({0}); }, 0);
   Sample(
       out, "none.xls", 1, [](test::HandFilledDevices&, ELM327_Info&) {}, 2);
+  // Bytes that are no UTF-8: each broken sequence is one "?", and nothing
+  // after it is lost.
+  Sample(
+      out, "broken_text.xls", 3,
+      [](test::HandFilledDevices& d, ELM327_Info& device) {
+        d.PlugModules({0});
+        device.t_LogComment =
+            "\xF0"
+            "ABC";
+        device.usbio_comment(0) = "炉\xED\xA0\x80温";
+      },
+      1);
 
   // Many shared strings: the table runs over into CONTINUE records, one
   // string across a record's end.

@@ -1,0 +1,111 @@
+#include "cli/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <sstream>
+
+#include "platform/utf8.h"
+
+namespace tavelin::cli {
+namespace {
+
+constexpr const char* kDescription =
+    "タヴェリン: the sampling engine without windows.\n"
+    "Simulated devices: set KVR_SIMULATION to a simulation file (docs/simulation.md).";
+
+// Comments and folders go into settings files and logs: they must be text.
+const CLI::Validator kUtf8Text(
+    [](std::string& value) {
+      return IsValidUtf8(value)
+                 ? std::string()
+                 : std::string("is not UTF-8 text; set the terminal's encoding to UTF-8");
+    },
+    "");
+
+void AddRunOptions(CLI::App& command, RunOptions& run) {
+  command.add_option("--mode", run.mode, "display mode: 1, 2 bit LEDs, 3 digital values, 4 analog")
+      ->check(CLI::Range(1, 4))
+      ->default_val(1);
+  command.add_option("--seconds", run.seconds, "run for S seconds (default: until Ctrl+C)")
+      ->check(CLI::PositiveNumber)
+      ->type_name("S");
+  command.add_flag("--analysis", run.analysis, "keep maximum, minimum and average of every input");
+}
+
+void AddLogOptions(CLI::App& command, RunOptions& run) {
+  command.add_option("--sampling", run.samplingMs, "log a row every MS milliseconds")
+      ->check(CLI::Range(1, 3600000))
+      ->type_name("MS");
+  command.add_option("--folder", run.folder, "write the logs into DIR (it must exist)")
+      ->check(kUtf8Text)
+      ->type_name("DIR");
+  command
+      .add_option("--comment", run.comment,
+                  "the log's comment, cut to 50 characters as Connect cuts it")
+      ->check(kUtf8Text)
+      ->type_name("TEXT");
+  command.add_flag("--subfolder", run.subFolder, "one folder per run, named after the comment");
+  command
+      .add_option_function<std::string>(
+          "--format", [&run](const std::string& format) { run.format = format == "xls" ? 1 : 2; },
+          "csv, or xls workbooks")
+      ->check(CLI::IsMember({"csv", "xls"}))
+      ->type_name("csv|xls");
+}
+
+}  // namespace
+
+CommandLine ParseCommandLine(const std::vector<std::string>& words) {
+  CommandLine line;
+  CLI::App app(kDescription, "tavelin-cli");
+  app.require_subcommand(1);
+  app.fallthrough(false);
+
+  CLI::App* monitor = app.add_subcommand(
+      "monitor", "open the devices and show a sampling run in the terminal; Ctrl+C disconnects");
+  AddRunOptions(*monitor, line.run);
+
+  CLI::App* record = app.add_subcommand(
+      "record",
+      "a logged sampling run without a window, for S seconds or until Ctrl+C; writes csv or .xls "
+      "logs where the settings say, or into --folder");
+  AddRunOptions(*record, line.run);
+  AddLogOptions(*record, line.run);
+
+  CLI::App* settings = app.add_subcommand(
+      "settings", "show the settings files, or change the display mode, or reset them");
+  CLI::Option* reset = settings->add_flag(
+      "--reset", line.settings.reset,
+      "write the defaults over the settings files (the terms of use are asked again)");
+  settings->add_option("--view", line.settings.view, "the display mode the program opens with")
+      ->check(CLI::Range(1, 4))
+      ->excludes(reset);
+
+  const auto known = [&](const std::string& name) {
+    for (const CLI::App* command : app.get_subcommands({})) {
+      if (command->get_name() == name) return true;
+    }
+    return false;
+  };
+  if (!words.empty() && !words[0].empty() && words[0][0] != '-' && !known(words[0])) {
+    line.exitStatus = 2;
+    line.output = "tavelin-cli: unknown command '" + words[0] + "'\n\n" + app.help();
+    return line;
+  }
+  std::vector<std::string> reversed(words.rbegin(), words.rend());
+  std::ostringstream out, err;
+  try {
+    app.parse(reversed);
+  } catch (const CLI::ParseError& error) {
+    const int status = app.exit(error, out, err);
+    line.exitStatus = status == 0 ? 0 : 2;
+    line.output = status == 0 ? out.str() : err.str();
+    return line;
+  }
+  for (CLI::App* command : {monitor, record, settings}) {
+    if (command->parsed()) line.command = command->get_name();
+  }
+  return line;
+}
+
+}  // namespace tavelin::cli

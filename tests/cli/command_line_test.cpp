@@ -1,0 +1,93 @@
+#include "cli/command_line.h"
+
+#include <gtest/gtest.h>
+
+namespace tavelin::cli {
+namespace {
+
+using Words = std::vector<std::string>;
+
+TEST(CommandLine, ReadsARunsOptions) {
+  const CommandLine line =
+      ParseCommandLine({"monitor", "--seconds", "2.5", "--analysis", "--mode", "4"});
+  ASSERT_FALSE(line.exitStatus) << line.output;
+  EXPECT_EQ(line.command, "monitor");
+  EXPECT_EQ(line.run.mode, 4);
+  EXPECT_TRUE(line.run.analysis);
+  EXPECT_EQ(line.run.seconds, 2.5);
+
+  const CommandLine defaults = ParseCommandLine({"monitor"});
+  EXPECT_EQ(defaults.run.mode, 1);
+  EXPECT_FALSE(defaults.run.seconds);
+  EXPECT_FALSE(defaults.run.analysis);
+
+  const CommandLine record =
+      ParseCommandLine({"record", "--sampling", "50", "--folder", "/tmp/x", "--comment", "炉 1",
+                        "--subfolder", "--format", "xls"});
+  ASSERT_FALSE(record.exitStatus) << record.output;
+  EXPECT_EQ(record.run.samplingMs, 50);
+  EXPECT_EQ(record.run.folder, "/tmp/x");
+  EXPECT_EQ(record.run.comment, "炉 1");
+  EXPECT_TRUE(record.run.subFolder);
+  EXPECT_EQ(record.run.format, 1);
+
+  const CommandLine view = ParseCommandLine({"settings", "--view", "3"});
+  EXPECT_EQ(view.command, "settings");
+  EXPECT_EQ(view.settings.view, 3);
+}
+
+// A mistake ends the program with status 2 and a message naming what is wrong.
+TEST(CommandLine, RefusesMistakesWithStatusTwoAndAReason) {
+  struct Case {
+    Words words;
+    std::string named;
+  };
+  const Case cases[] = {
+      {{"monitor", "--mode", "0"}, "--mode"},
+      {{"monitor", "--mode", "5"}, "--mode"},
+      {{"monitor", "--mode", "3x"}, "--mode"},
+      {{"monitor", "--mode"}, "--mode"},
+      {{"record", "--seconds", "-1"}, "--seconds"},
+      {{"record", "--seconds", "soon"}, "--seconds"},
+      {{"monitor", "--colour"}, "--colour"},
+      {{"record", "--sampling", "0"}, "--sampling"},
+      {{"record", "--sampling", "3600001"}, "--sampling"},
+      {{"record", "--folder"}, "--folder"},
+      {{"record", "--format", "ods"}, "--format"},
+      {{"monitor", "--sampling", "50"}, "--sampling"},             // a log option of record only
+      {{"record", "--comment", "\xB0\xEC\xA4\xEA"}, "--comment"},  // EUC-JP, not UTF-8
+      {{"record", "--folder", "/tmp/\xF0x"}, "--folder"},
+      {{"settings", "--reset", "--view", "2"}, "--view"},
+      {{"settings", "--view", "7"}, "--view"},
+      {{"measure"}, "measure"},
+      {{}, "subcommand"},
+  };
+  for (const Case& c : cases) {
+    const CommandLine line = ParseCommandLine(c.words);
+    ASSERT_TRUE(line.exitStatus) << c.named;
+    EXPECT_EQ(*line.exitStatus, 2) << c.named;
+    EXPECT_NE(line.output.find(c.named), std::string::npos) << c.named << ": " << line.output;
+  }
+}
+
+// Every command answers --help with its own usage, and status 0.
+TEST(CommandLine, EachCommandAnswersHelp) {
+  struct Case {
+    Words words;
+    std::string shows;
+  };
+  const Case cases[] = {{{"--help"}, "record"},
+                        {{"monitor", "--help"}, "--analysis"},
+                        {{"record", "--help"}, "--comment"},
+                        {{"settings", "--help"}, "--reset"}};
+  for (const Case& c : cases) {
+    const CommandLine line = ParseCommandLine(c.words);
+    ASSERT_TRUE(line.exitStatus) << c.shows;
+    EXPECT_EQ(*line.exitStatus, 0) << c.shows;
+    EXPECT_NE(line.output.find(c.shows), std::string::npos) << line.output;
+  }
+  EXPECT_EQ(ParseCommandLine({"monitor", "--help"}).output.find("--comment"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tavelin::cli

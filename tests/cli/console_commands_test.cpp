@@ -1,0 +1,103 @@
+// The console commands as main calls them, each on a program folder of its own.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "cli/monitor_command.h"
+#include "cli/record_command.h"
+#include "cli/settings_command.h"
+#include "settings/FileSaveSystem.h"
+#include "support/program_folder.h"
+
+namespace tavelin::cli {
+namespace {
+
+namespace fs = std::filesystem;
+using test::ProgramFolder;
+using test::Simulation;
+using test::TempFolder;
+
+std::vector<std::string> LogsIn(const fs::path& folder) {
+  std::vector<std::string> logs;
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    if (entry.path().filename().string().rfind("SD", 0) == 0) logs.push_back(entry.path());
+  }
+  return logs;
+}
+
+void StoreSettings(const ProgramFolder& program, const std::function<void(ELM327_Info&)>& change) {
+  ELM327_Info device;
+  device.t_TERMS_OF_USE = 1;
+  change(device);
+  ASSERT_EQ(FileSaveSystem::Write_Config(device, program.Path()), FileSaveSystem::kWritten);
+}
+
+TEST(ConsoleCommands, MonitorShowsAndNeverLogs) {
+  ProgramFolder program;
+  StoreSettings(program, [](ELM327_Info& device) {
+    device.t_LogSave_Enable = 1;
+    device.t_LogSaveFormat = 2;
+    device.t_LogSampling = 1;
+  });
+  Simulation simulation("usbio 0 prepared constant 1\n");
+  RunOptions options;
+  options.seconds = 0.2;
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(RunMonitor(options, program.Path()), 0);
+  EXPECT_NE(testing::internal::GetCapturedStdout().find("表示モード 1"), std::string::npos);
+  EXPECT_EQ(LogsIn(program.Path()), std::vector<std::string>());
+}
+
+// The comment is cut as Connect cuts it: blanks at the ends, then 50
+// characters, so that it makes a folder name the file system takes.
+TEST(ConsoleCommands, RecordCutsItsCommentAsConnectDoes) {
+  ProgramFolder program;
+  TempFolder logs;
+  Simulation simulation("usbio 0 prepared constant 1\n");
+  std::string comment = "  ";
+  for (int i = 0; i < 300; ++i) comment += "炉";
+  RunOptions options;
+  options.seconds = 0.1;
+  options.folder = logs.Path().string();
+  options.comment = comment + "  ";
+  options.subFolder = true;
+  options.format = 2;
+  testing::internal::CaptureStderr();
+  const int status = RunRecord(options, program.Path());
+  const std::string said = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(status, 0) << said;
+  std::string fifty;
+  for (int i = 0; i < 50; ++i) fifty += "炉";
+  EXPECT_TRUE(fs::is_directory(logs.Path() / fifty));
+  EXPECT_EQ(LogsIn(logs.Path() / fifty).size(), 1u);
+}
+
+TEST(ConsoleCommands, RecordRefusesAnEmptyCommentForASubFolder) {
+  ProgramFolder program;
+  TempFolder logs;
+  Simulation simulation("usbio 0 prepared constant 1\n");
+  RunOptions options;
+  options.seconds = 0.1;
+  options.folder = logs.Path().string();
+  options.comment = "   ";
+  options.subFolder = true;
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(RunRecord(options, program.Path()), 2);
+  EXPECT_NE(testing::internal::GetCapturedStderr().find("コメントを記入して下さい。"),
+            std::string::npos);
+  EXPECT_TRUE(fs::is_empty(logs.Path()));
+}
+
+// Showing the settings changes nothing, not even a file of another version.
+TEST(ConsoleCommands, SettingsShowsAFileOfAnotherVersionAndKeepsIt) {
+  ProgramFolder program;
+  StoreSettings(program, [](ELM327_Info& device) { device.install_version = 110; });
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(RunSettings({}, program.Path()), 0);
+  const std::string shown = testing::internal::GetCapturedStdout();
+  EXPECT_NE(shown.find("config.dat: another version"), std::string::npos) << shown;
+  EXPECT_TRUE(fs::exists(fs::path(program.Path()) / FileSaveSystem::kConfigFile));
+}
+
+}  // namespace
+}  // namespace tavelin::cli
