@@ -1,5 +1,6 @@
 // The three settings files, byte for byte.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -237,6 +238,33 @@ TEST_F(SettingsFiles, MissingFilesAndFoldersAreNumbersNotCrashes) {
 TEST_F(SettingsFiles, ATextTooLongForItsCountFailsTheWrite) {
   device.t_LogComment = std::string(70000, 'a');
   EXPECT_EQ(Write_Config(device, Folder()), kWriteFailed);
+}
+
+}  // namespace
+}  // namespace tavelin
+
+namespace tavelin {
+namespace {
+
+// A huge file costs no more than its largest record: a 1 GiB ch_set.dat
+// (a record and a sparse tail) reads well with 512 MB of address space.
+[[noreturn]] void ReadWithLittleMemory(const std::string& folder) {
+  const rlim_t bytes = rlim_t{512} << 20;
+  const rlimit limit{bytes, bytes};
+  setrlimit(RLIMIT_AS, &limit);
+  ELM327_Info read;
+  const int32_t result = Read_ChSet(read, folder);
+  std::_Exit(result == kRead && read.usbio_comment(3) == "大きな" ? 0 : 1);
+}
+
+TEST_F(SettingsFiles, AHugeFileIsReadNoFurtherThanItsLargestRecord) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the address sanitizer reserves more address space than the limit";
+#endif
+  device.usbio_comment(3) = "大きな";
+  ASSERT_EQ(Write_ChSet(device, Folder()), kWritten);
+  Cut(kChSetFile, std::size_t{1} << 30);
+  EXPECT_EXIT(ReadWithLittleMemory(Folder()), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
