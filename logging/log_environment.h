@@ -15,7 +15,11 @@ struct LogEnvironment {
   std::string desktopFolder;
 };
 
-// The clock, the folders of the machine and a yield that does nothing.
+// The clock and the folders of the machine. It brings no yield: the
+// sampling engine gives the log its own message pump.
 LogEnvironment SystemLogEnvironment(const std::string& programFolder);
+
+// One pass of the environment's message pump, where it has one.
+void Yield(const LogEnvironment& environment);
 
 }  // namespace tavelin

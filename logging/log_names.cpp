@@ -43,7 +43,11 @@ int LeadingNumber(const std::string& text) {
 }  // namespace
 
 LogEnvironment SystemLogEnvironment(const std::string& programFolder) {
-  return {NowLocal, [] {}, programFolder, DesktopFolder()};
+  return {NowLocal, nullptr, programFolder, DesktopFolder()};
+}
+
+void Yield(const LogEnvironment& environment) {
+  if (environment.yield) environment.yield();
 }
 
 std::string LogBaseFolder(ELM327_Info& device, const LogEnvironment& environment) {
@@ -121,7 +125,7 @@ std::string LogFilePath(ELM327_Info& device, const LocalTime& now, std::string& 
     ++n;
     NextNumberText(n, number);
     path = pathOf();
-    environment.yield();
+    Yield(environment);
   }
   FileName_No = number;
   return path;

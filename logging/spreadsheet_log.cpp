@@ -43,10 +43,9 @@ Worksheet& StartWorkbook(ExcelApplication& excel, const ELM327_Info& device,
 }
 
 // Steps 11 to 13: yield, save, close, and empty the array.
-template <typename Yield>
-void SaveAndEmpty(ExcelApplication& excel, const std::string& path, Yield yield,
-                  CompactCellTable& array) {
-  yield();
+void SaveAndEmpty(ExcelApplication& excel, const std::string& path,
+                  const LogEnvironment& environment, CompactCellTable& array) {
+  Yield(environment);
   excel.ActiveWorkbook().SaveAs(path);
   excel.ActiveWorkbook().Close();
   Excel_OutputDB::Arayy_ALL_Clear_zero_string(20000, 128, array);
@@ -159,7 +158,7 @@ void Excel_OutputDB::WriteBitWorkbook(int32_t Output_ch, USB_IO_IF& USB_IO, ELM3
   CompactCellTable& array = Output_ch == 1 ? data1_ : data2_;
   sheet.GetRange(sheet.cells(kFirstDataRow, 1), sheet.cells(kLastDataRow, width)).value(array);
   sheet.cells(kFirstDataRow, 1).AutoFilter(1);  // the bit kind: on the first data row
-  SaveAndEmpty(excel, path, environment_.yield, array);
+  SaveAndEmpty(excel, path, environment_, array);
   ++filesWritten_;
 }
 
@@ -206,7 +205,7 @@ void Excel_OutputDB::WriteChWorkbook(int32_t Output_ch, KVR_USB_Probe* USB_Probe
       column += 1;
     }
   }
-  SaveAndEmpty(excel, path, environment_.yield, array);
+  SaveAndEmpty(excel, path, environment_, array);
   ++filesWritten_;
 }
 

@@ -35,8 +35,8 @@ void UpdateAnalysis(double value, double& maximum, double& minimum, double& aver
 // analysis. Everything runs on the one thread.
 class FormBG {
  public:
-  // The log's name search yields to `pump` when the environment brings no
-  // yield of its own.
+  // The log's name search and workbook write yield to `pump` where the
+  // environment brings no yield of its own (the system's brings none).
   FormBG(const Kvr100EntryPoints& kvr100, MessagePump& pump, SamplingTimer& timerBackView,
          SamplingTimer& timerUsbProbe, LogEnvironment logEnvironment);
 

@@ -127,5 +127,49 @@ TEST_F(LoggedRun, TheSpreadsheetFormatWritesNoCsv) {
   EXPECT_EQ(view.status, "通信中　ログ出力(Excel)");
 }
 
+// The name search and the workbook write yield to the message pump: with
+// the environment the program and the console use, as with any other.
+class LoggedRunOnTheSystem : public test::SamplingRun {
+ protected:
+  LoggedRunOnTheSystem() : SamplingRun(SystemLogEnvironment) {}
+  test::Simulation simulation_{"usbio 0 prepared constant 3\n"};
+};
+
+std::string DateInAnHour(int hours) {
+  const std::time_t when = std::time(nullptr) + hours * 3600;
+  std::tm parts{};
+  localtime_r(&when, &parts);
+  return FileNameDate({parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, 0, 0});
+}
+
+TEST_F(LoggedRunOnTheSystem, TheLastFilesWriteYieldsToThePump) {
+  struct Case {
+    const char* name;
+    int32_t format;
+    int takenNames;  // files already there, each passed with a yield
+    int yields;
+  };
+  const Case cases[] = {{"csv, its name taken twice", 2, 2, 2}, {"workbook, its save", 1, 0, 1}};
+  for (const Case& c : cases) {
+    for (int hours : {0, 1}) {  // the hour may turn during the run
+      for (int n = 1; n <= c.takenNames; ++n) {
+        logFolder.Write("SD" + DateInAnHour(hours) + "-00" + std::to_string(n) +
+                            (c.format == 1 ? ".xls" : ".csv"),
+                        "");
+      }
+    }
+    device.t_LogSave_Enable = 1;
+    device.t_LogSaveFormat = c.format;
+    device.ExcelInstallCheck = 1;
+    device.t_LogSaveFilePath_mode = 0;
+    view.objExcel = c.format == 1 ? std::make_shared<ExcelApplication>() : nullptr;
+    passes = 0;
+    disconnectAfter = 3;
+    Run(1);
+    EXPECT_EQ(passes - disconnectAfter, c.yields) << c.name;
+    for (const auto& entry : fs::directory_iterator(logFolder.Path())) fs::remove(entry.path());
+  }
+}
+
 }  // namespace
 }  // namespace tavelin

@@ -44,7 +44,16 @@ class RecordingView final : public SamplingView {
 // each pass and clicks Disconnect after `disconnectAfter` passes.
 class SamplingRun : public ::testing::Test {
  protected:
-  SamplingRun() {
+  // The engine's log environment, given the log folder: by default with no
+  // yield of its own, so that the engine yields to its pump.
+  using EnvironmentFor = LogEnvironment (*)(const std::string& folder);
+  static LogEnvironment PlainEnvironment(const std::string& folder) {
+    return {NowLocal, nullptr, folder, ""};
+  }
+
+  explicit SamplingRun(EnvironmentFor environmentFor = PlainEnvironment)
+      : engine_{clock_, loop_, timerBackView_, timerUsbProbe_,
+                environmentFor(logFolder.Path().string())} {
     g_now = 1000.0;
     timerBackView_.OnTimer([this] { engine_.TimerBackView_Timer(); });
     timerUsbProbe_.OnTimer([this] { engine_.TimerUSB_Probe_Timer(); });
@@ -95,8 +104,7 @@ class SamplingRun : public ::testing::Test {
 
  protected:
   TempFolder logFolder;
-  FormBG engine_{clock_, loop_, timerBackView_, timerUsbProbe_,
-                 LogEnvironment{NowLocal, nullptr, logFolder.Path().string(), ""}};
+  FormBG engine_;
 };
 
 }  // namespace tavelin::test
