@@ -19,9 +19,10 @@ std::int64_t StepIndex(double nowMs, double perStep) {
   return static_cast<std::int64_t>(std::floor(nowMs * perStep));
 }
 
-// Fraction 0..1 of the period that pin p has reached.
+// Fraction 0..1 of the period that pin p has reached; each pin runs a
+// sixth of a period behind the one before.
 double Phase(double nowMs, double periodMs, int pin) {
-  const double turns = nowMs / periodMs + static_cast<double>(pin) / kProbeInputs;
+  const double turns = (nowMs - periodMs * pin / kProbeInputs) / periodMs;
   return turns - std::floor(turns);
 }
 
