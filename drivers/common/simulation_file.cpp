@@ -1,6 +1,10 @@
 #include "simulation_file.h"
 
+#include <sys/stat.h>
+
+#include <cerrno>
 #include <charconv>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <ostream>
@@ -14,11 +18,50 @@ constexpr int kUsbIoChannels = 16;
 constexpr int kProbeChannels = 8;
 constexpr double kDefaultStepMs = 100.0;
 constexpr double kDefaultPeriodMs = 2000.0;
+// Simulation files are a few lines and scripts some steps a read: anything
+// larger is not one of them.
+constexpr std::uintmax_t kLargestSimulationFile = std::uintmax_t{1} << 20;
+constexpr std::uintmax_t kLargestScript = std::uintmax_t{16} << 20;
+constexpr double kLongestPeriodMs = 3600000.0;  // an hour
+constexpr std::size_t kShownBytes = 40;         // of a word a message repeats
 
 // A fault in a line; the reader turns it into "file:line: what".
 struct LineFault : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
+
+// A word as a message repeats it: cut where it grows long, on a character's start.
+std::string Shown(const std::string& word) {
+  if (word.size() <= kShownBytes) return word;
+  std::size_t cut = kShownBytes;
+  while (cut > 0 && (static_cast<unsigned char>(word[cut]) & 0xC0) == 0x80) --cut;
+  return word.substr(0, cut) + "...";
+}
+
+// The text of a plain file of at most `largest` bytes. A folder, a FIFO,
+// a device or a file too large is refused, with the reason in `why`.
+std::optional<std::string> ReadPlainFile(const std::string& path, std::uintmax_t largest,
+                                         std::string& why) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) {
+    why = "cannot be read (" + std::string(std::strerror(errno)) + ")";
+    return std::nullopt;
+  }
+  if (S_ISDIR(status.st_mode)) {
+    why = "is a folder, not a file";
+  } else if (!S_ISREG(status.st_mode)) {
+    why = "is not a plain file (a FIFO or a device?)";
+  } else if (static_cast<std::uintmax_t>(status.st_size) > largest) {
+    why = "is larger than " + std::to_string(largest >> 20) + " MB";
+  } else {
+    std::ifstream in(path, std::ios::binary);
+    std::string text(static_cast<std::size_t>(status.st_size), '\0');
+    in.read(text.data(), static_cast<std::streamsize>(text.size()));
+    if (in.gcount() == static_cast<std::streamsize>(text.size())) return text;
+    why = "cannot be read";
+  }
+  return std::nullopt;
+}
 
 std::vector<std::string> Words(const std::string& line) {
   std::vector<std::string> words;
@@ -41,12 +84,12 @@ std::int64_t Integer(const std::string& word, std::int64_t low, std::int64_t hig
     first += 2;
   }
   const auto result = std::from_chars(first, last, value, base);
-  if (result.ec != std::errc() || result.ptr != last) {
-    throw LineFault(std::string(what) + " '" + word + "' is not a whole number");
-  }
-  if (value < low || value > high) {
-    throw LineFault(std::string(what) + " " + word + " is outside " + std::to_string(low) + " to " +
-                    std::to_string(high));
+  const bool whole = result.ptr == last &&
+                     (result.ec == std::errc() || result.ec == std::errc::result_out_of_range);
+  if (!whole) throw LineFault(std::string(what) + " '" + Shown(word) + "' is not a whole number");
+  if (result.ec == std::errc::result_out_of_range || value < low || value > high) {
+    throw LineFault(std::string(what) + " " + Shown(word) + " is outside " + std::to_string(low) +
+                    " to " + std::to_string(high));
   }
   return value;
 }
@@ -54,8 +97,11 @@ std::int64_t Integer(const std::string& word, std::int64_t low, std::int64_t hig
 double Milliseconds(const std::string& word, const char* what) {
   double value = 0.0;
   const auto result = std::from_chars(word.data(), word.data() + word.size(), value);
-  if (result.ec != std::errc() || result.ptr != word.data() + word.size() || !(value > 0.0)) {
-    throw LineFault(std::string(what) + " '" + word + "' must be a positive number of ms");
+  const bool number = result.ptr == word.data() + word.size() &&
+                      (result.ec == std::errc() || result.ec == std::errc::result_out_of_range);
+  if (!number) throw LineFault(std::string(what) + " '" + Shown(word) + "' is not a number of ms");
+  if (result.ec == std::errc::result_out_of_range || !(value > 0.0 && value <= kLongestPeriodMs)) {
+    throw LineFault(std::string(what) + " " + Shown(word) + " is outside 0 to 3600000 ms");
   }
   return value;
 }
@@ -71,7 +117,7 @@ class Arguments {
     return Empty() ? fallback : Milliseconds(Take(), what);
   }
   void ExpectEnd() const {
-    if (!Empty()) throw LineFault("unexpected '" + words_[next_] + "'");
+    if (!Empty()) throw LineFault("unexpected '" + Shown(words_[next_]) + "'");
   }
 
  private:
@@ -84,8 +130,10 @@ std::uint64_t SeedOf(const std::string& text) {
 }
 
 std::vector<Step> ReadScript(const std::filesystem::path& path, DeviceFamily family) {
-  std::ifstream in(path);
-  if (!in) throw LineFault("cannot read script " + path.string());
+  std::string why;
+  const auto text = ReadPlainFile(path.string(), kLargestScript, why);
+  if (!text) throw LineFault("script " + path.string() + " " + why);
+  std::istringstream in(*text);
   const int width = family == DeviceFamily::UsbIo ? 1 : kProbeInputs;
   const std::int64_t high = family == DeviceFamily::UsbIo ? 255 : kAnalogFullScale;
   std::vector<Step> steps;
@@ -131,7 +179,7 @@ std::unique_ptr<SignalSource> DigitalSource(const std::string& name, Arguments& 
     if (args.Empty()) throw LineFault("script needs a file");
     return MakeScript(ReadScript(folder / args.Take(), DeviceFamily::UsbIo));
   }
-  throw LineFault("unknown USB-IO source '" + name +
+  throw LineFault("unknown USB-IO source '" + Shown(name) +
                   "' (counter, walk, square, random, constant, script)");
 }
 
@@ -157,7 +205,8 @@ std::unique_ptr<SignalSource> AnalogSource(const std::string& name, Arguments& a
     if (args.Empty()) throw LineFault("script needs a file");
     return MakeScript(ReadScript(folder / args.Take(), DeviceFamily::Probe));
   }
-  throw LineFault("unknown probe source '" + name + "' (sine, ramp, noise, constant, script)");
+  throw LineFault("unknown probe source '" + Shown(name) +
+                  "' (sine, ramp, noise, constant, script)");
 }
 
 // Splits "... vanish-after N" off the end of a device line.
@@ -185,7 +234,7 @@ SimulatedDeviceLine DeviceLine(std::vector<std::string> words, const std::string
       Integer(words[1], 0, (usbio ? kUsbIoChannels : kProbeChannels) - 1, "channel"));
   if (usbio) {
     if (words[2] != "prepared" && words[2] != "plain") {
-      throw LineFault("'" + words[2] + "' must be prepared or plain");
+      throw LineFault("'" + Shown(words[2]) + "' must be prepared or plain");
     }
     device.prepared = words[2] == "prepared";
   }
@@ -204,11 +253,13 @@ SimulationFile ReadSimulationFile(const std::string& path, DeviceFamily family,
                                   std::ostream& errors) {
   SimulationFile file;
   const bool reportsCommonLines = family == DeviceFamily::UsbIo;
-  std::ifstream in(path);
-  if (!in) {
-    if (reportsCommonLines) errors << path << ": cannot read the simulation file\n";
+  std::string why;
+  const auto text = ReadPlainFile(path, kLargestSimulationFile, why);
+  if (!text) {
+    if (reportsCommonLines) errors << path << ": the simulation file " << why << "\n";
     return file;
   }
+  std::istringstream in(*text);
   const auto folder = std::filesystem::path(path).parent_path();
   bool seen[kUsbIoChannels] = {};
   int number = 0;
@@ -226,7 +277,7 @@ SimulationFile ReadSimulationFile(const std::string& path, DeviceFamily family,
         if (words.size() != 2) throw LineFault("expected: read-time-us MICROSECONDS");
         file.readTimeUs = static_cast<int>(Integer(words[1], 0, 1000000, "read time"));
       } else if (common) {
-        throw LineFault("unknown word '" + keyword + "' (usbio, probe, read-time-us)");
+        throw LineFault("unknown word '" + Shown(keyword) + "' (usbio, probe, read-time-us)");
       } else if (mine) {
         auto device = DeviceLine(std::move(words), line, family, folder);
         if (seen[device.channel]) {

@@ -1,6 +1,7 @@
 #include "common/simulation_file.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <sstream>
 
@@ -108,6 +109,63 @@ TEST(SimulationFile, AMissingFileIsSaidOnceAndFindsNothing) {
   EXPECT_TRUE(ReadSimulationFile("/nonexistent/x.sim", DeviceFamily::Probe, probe).devices.empty());
   EXPECT_NE(usbio.str().find("/nonexistent/x.sim"), std::string::npos);
   EXPECT_EQ(probe.str(), "");
+}
+
+// Only plain files of a sane size are read, and each refusal says why: a
+// FIFO or a device would hang the start or fill the memory.
+TEST(SimulationFile, TakesOnlyPlainFilesOfASaneSize) {
+  tavelin::test::TempFolder folder;
+  const auto fifo = folder.Path() / "fifo.sim";
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  const auto large = folder.Write("large.sim", "");
+  std::filesystem::resize_file(large, 2 << 20);
+  struct Case {
+    std::string path;
+    std::string why;
+  };
+  const Case cases[] = {{fifo.string(), "is not a plain file"},
+                        {"/dev/urandom", "is not a plain file"},
+                        {folder.Path().string(), "is a folder"},
+                        {large.string(), "is larger than 1 MB"}};
+  for (const Case& c : cases) {
+    std::ostringstream errors;
+    EXPECT_TRUE(ReadSimulationFile(c.path, DeviceFamily::UsbIo, errors).devices.empty()) << c.path;
+    EXPECT_NE(errors.str().find(c.path + ": the simulation file " + c.why), std::string::npos)
+        << errors.str();
+  }
+  const auto sim = folder.Write("bench.sim", "usbio 0 prepared script /dev/zero\n");
+  std::ostringstream errors;
+  EXPECT_TRUE(ReadSimulationFile(sim.string(), DeviceFamily::UsbIo, errors).devices.empty());
+  EXPECT_NE(errors.str().find("script /dev/zero is not a plain file"), std::string::npos)
+      << errors.str();
+}
+
+// Every number is range-checked the same way, and a long line is not
+// repeated whole in its message.
+TEST(SimulationFile, NumbersOutsideTheirRangeAndLongWordsAreRefusedBriefly) {
+  tavelin::test::TempFolder folder;
+  const std::string huge = "99999999999999999999";
+  const auto path = folder.Write(
+      "bench.sim", "usbio 0 prepared counter " + huge + "\n" + "usbio 1 prepared walk inf\n" +
+                       "usbio 2 prepared constant " + huge + "\n" + "read-time-us " + huge + "\n" +
+                       "usbio 3 prepared square 0 5\n" + std::string(100000, 'x') + "\n");
+  std::ostringstream errors;
+  EXPECT_TRUE(ReadSimulationFile(path.string(), DeviceFamily::UsbIo, errors).devices.empty());
+  const std::string said = errors.str();
+  for (const char* line : {":1: step ", ":2: step inf is outside", ":3: value ", ":4: read time ",
+                           ":5: period 0 is outside"}) {
+    EXPECT_NE(said.find(line), std::string::npos) << line << "\n" << said;
+  }
+  EXPECT_NE(said.find(":1: step 99999999999999999999 is outside 0 to 3600000 ms"),
+            std::string::npos);
+  EXPECT_NE(said.find(":3: value 99999999999999999999 is outside 0 to 255"), std::string::npos);
+  EXPECT_LT(said.size(), 1000u);
+  tavelin::test::TempFolder probes;
+  const auto sine = probes.Write("bench.sim", "probe 0 sine 1e300\n");
+  std::ostringstream probeErrors;
+  EXPECT_TRUE(ReadSimulationFile(sine.string(), DeviceFamily::Probe, probeErrors).devices.empty());
+  EXPECT_NE(probeErrors.str().find("period 1e300 is outside 0 to 3600000 ms"), std::string::npos)
+      << probeErrors.str();
 }
 
 }  // namespace
