@@ -31,6 +31,11 @@ void AppendNumber(std::string& out, double value) {
   out += WriteNumberText(value, text);
 }
 
+// A label and its number: "ch3", "b7".
+std::string Numbered(const char* label, long long number) {
+  return std::string(label).append(DecimalText(number));
+}
+
 // Titles of the spreadsheet log: the time, then one per column.
 void ResizeColumnTitles(std::vector<std::string>& titles, int32_t found) {
   const auto last = static_cast<int16_t>(found * 8);  // 16-bit, as the tables count
@@ -126,7 +131,7 @@ void Excel_OutputDB::DataInput_for_bit_to_text(StringBuilder& buffer, USB_IO_IF&
       if (bit == 0 || bit == 1) {
         row_ += static_cast<char>('0' + bit);
       } else {
-        row_ += std::to_string(bit);
+        row_ += DecimalText(bit);
       }
       row_ += kCellEnd;
     }
@@ -279,10 +284,10 @@ void Excel_OutputDB::csv_DB_Initialize_for_bit(int32_t cmd_ch, USB_IO_IF& USB_IO
   std::size_t next = 1;
   for (int32_t i = 0; i < USB_IO.max_device; ++i) {
     if (USB_IO.HidCh(TableIndex(i)) < 0) continue;
-    channels += ",ch" + std::to_string(i) + ",,,,,,," + std::string(21, ' ');
+    channels += Numbered(",ch", i) + ",,,,,,," + std::string(21, ' ');
     for (int32_t b = 0; b < 8; ++b) {
-      titles += "b" + std::to_string(b) + " ,";
-      SetTitle(Excel_ColumnTitle, next, "b" + std::to_string(b));
+      titles += Numbered("b", b) + " ,";
+      SetTitle(Excel_ColumnTitle, next, Numbered("b", b));
     }
   }
   csv_Header_Bottom = HeaderBottomStart(device) + channels + kLineEnd + titles + kLineEnd;
@@ -300,10 +305,10 @@ void Excel_OutputDB::csv_DB_Initialize_for_ch(int32_t cmd_ch, USB_IO_IF& USB_IO,
   for (int32_t i = 0; i < USB_IO.max_device; ++i) {
     const int16_t channel = TableIndex(i);
     if (USB_IO.HidCh(channel) < 0) continue;
-    comments += "ch" + std::to_string(i) + " ：" + device.usbio_comment(channel) + kLineEnd;
-    titles += "ch" + std::to_string(i) + " ";
+    comments += Numbered("ch", i) + " ：" + device.usbio_comment(channel) + kLineEnd;
+    titles += Numbered("ch", i) + " ";
     if (++column < USB_IO.FindDevice) titles += ",";
-    SetTitle(Excel_ColumnTitle, next, "ch" + std::to_string(i));
+    SetTitle(Excel_ColumnTitle, next, Numbered("ch", i));
   }
   csv_Header_Bottom = HeaderBottomStart(device) + comments + kLineEnd + titles + kLineEnd;
 }
@@ -320,12 +325,12 @@ void Excel_OutputDB::csv_DB_Initialize_for_AN(int32_t cmd_ch, KVR_USB_Probe& USB
   for (int32_t i = 0; i < USB_Probe.max_device; ++i) {
     const int16_t probe = TableIndex(i);
     if (USB_Probe.HidCh(probe) < 0) continue;
-    comments += "ch" + std::to_string(i) + " ：" + USB_Probe.AN_ch_comment(probe) + kLineEnd;
+    comments += Numbered("ch", i) + " ：" + USB_Probe.AN_ch_comment(probe) + kLineEnd;
     for (int32_t k = 1; k <= USB_Probe.max_input; ++k) {
-      titles += "Ch" + std::to_string(i) + "-" + std::to_string(k) + " ";
+      titles += Numbered("Ch", i) + Numbered("-", k) + " ";
       ++column;
       if (static_cast<double>(column) / USB_Probe.max_input < USB_Probe.FindDevice) titles += ",";
-      SetTitle(Excel_ColumnTitle, next, "入力" + std::to_string(k));
+      SetTitle(Excel_ColumnTitle, next, Numbered("入力", k));
     }
   }
   csv_Header_Bottom = HeaderBottomStart(device) + comments + kLineEnd + titles + kLineEnd;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/file_system.h"
+#include "platform/number_text.h"
 #include "platform/special_folders.h"
 
 namespace tavelin {
@@ -21,12 +22,9 @@ void ReplaceAll(std::string& text, const std::string& what, const std::string& w
 // The next number text after a collision: "00" or "0" in front below 100,
 // and from 100 on the old text stays in front, so 099 is followed by 099100.
 void NextNumberText(int n, std::string& text) {
-  if (n < 10) {
-    text = "00";
-  } else if (n < 100) {
-    text = "0";
-  }
-  text += std::to_string(n);
+  std::string next = n < 10 ? std::string(2, '0') : n < 100 ? std::string(1, '0') : text;
+  next.append(DecimalText(n));
+  text.swap(next);
 }
 
 // The leading number of a text, as a person reads it: "099100" is 99100.

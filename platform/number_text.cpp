@@ -102,4 +102,9 @@ std::string NumberText(double value) {
   return std::string(WriteNumberText(value, buffer));
 }
 
+std::string DecimalText(long long value) {
+  char text[24];
+  return std::string(text, std::to_chars(text, text + sizeof text, value).ptr);
+}
+
 }  // namespace tavelin

@@ -15,4 +15,9 @@ std::string_view WriteNumberText(double value, char (&out)[kNumberTextSize]);
 
 std::string NumberText(double value);
 
+// The decimal text of a whole number. (GCC 12 at -O3 takes the inlined
+// std::to_string in a concatenation for an overlapping copy; this one is
+// not inlined there.)
+std::string DecimalText(long long value);
+
 }  // namespace tavelin
