@@ -28,7 +28,8 @@ void IgnoringErrors(Step step) {
 }  // namespace
 
 Form1::Form1(BootEnvironment environment) : environment_(std::move(environment)) {
-  ELM327_Info::SetProgramFolder(environment_.programFolder);
+  if (environment_.writableFolder.empty()) environment_.writableFolder = environment_.programFolder;
+  ELM327_Info::SetProgramFolder(environment_.writableFolder);
   device.Param_ALL_Clear();
 }
 
@@ -50,9 +51,9 @@ bool Form1::BootRoutine() {
   timerUsbProbe_ = std::make_unique<QtSamplingTimer>([this] { formBG_->TimerUSB_Probe_Timer(); });
   formBG_ =
       std::make_unique<FormBG>(libraries_->kvr100.api, pump_, *timerBackView_, *timerUsbProbe_,
-                               SystemLogEnvironment(environment_.programFolder));
+                               SystemLogEnvironment(environment_.writableFolder));
 
-  IgnoringErrors([&] { FileSaveSystem::Read_Config(device, environment_.programFolder); });
+  IgnoringErrors([&] { FileSaveSystem::Read_Config(device, environment_.writableFolder); });
 
   if (device.t_TERMS_OF_USE == 0) {
     Formterms terms(device);
@@ -74,8 +75,8 @@ bool Form1::BootRoutine() {
   form2_->ProgressBar1->setValue(0);
   form2_->show();
   IgnoringErrors([&] { libraries_->kvr100.api.kv_timeGetTime(); });
-  IgnoringErrors([&] { FileSaveSystem::Read_ChSet(device, environment_.programFolder); });
-  IgnoringErrors([&] { FileSaveSystem::Read_AnSet(USB_Probe, environment_.programFolder); });
+  IgnoringErrors([&] { FileSaveSystem::Read_ChSet(device, environment_.writableFolder); });
+  IgnoringErrors([&] { FileSaveSystem::Read_AnSet(USB_Probe, environment_.writableFolder); });
   PumpWithProgress(15);
   PumpWithProgress(45);
   IgnoringErrors([&] {
@@ -192,9 +193,9 @@ void Form1::Form_QueryUnload() {
   IgnoringErrors([&] {
     if (USB_IO.FindDevice > 0) USB_IO.closeAllDevice();
   });
-  FileSaveSystem::Write_Config(device, environment_.programFolder);
-  FileSaveSystem::Write_ChSet(device, environment_.programFolder);
-  FileSaveSystem::Write_AnSet(USB_Probe, environment_.programFolder);
+  FileSaveSystem::Write_Config(device, environment_.writableFolder);
+  FileSaveSystem::Write_ChSet(device, environment_.writableFolder);
+  FileSaveSystem::Write_AnSet(USB_Probe, environment_.writableFolder);
 }
 
 }  // namespace tavelin

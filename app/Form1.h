@@ -29,6 +29,9 @@ struct BootEnvironment {
   MessageBoxes* boxes = nullptr;
   // Called once the consent dialog is shown; it stays until it is hidden.
   std::function<void(Formterms&)> onConsentShown;
+  // Where the settings files and logs of mode 0 go: the program's folder
+  // when this is empty (see WritableFolder).
+  std::string writableFolder;
 };
 
 // The start object: owns the shared objects for the life of the process,
@@ -59,6 +62,7 @@ class Form1 final : public ViewHost {
   void ShowDialog(ViewDialog dialog, ViewFrame& owner) override;
 
   const std::string& ProgramFolder() const { return environment_.programFolder; }
+  const std::string& WritableFolder() const { return environment_.writableFolder; }
   FormVersion& TheFormVersion();
   FormHelp& TheFormHelp();
   Form2* Splash() { return form2_.get(); }

@@ -4,9 +4,23 @@
 
 namespace tavelin {
 
-InstanceLock::InstanceLock(const std::string& programFolder)
-    : file_(std::make_unique<QLockFile>(Q(programFolder + "/tavelin.lock"))) {
-  taken_ = file_->tryLock(0);
+InstanceLock::InstanceLock(const std::string& folder)
+    : file_(std::make_unique<QLockFile>(Q(folder + "/tavelin.lock"))) {
+  if (file_->tryLock(0)) {
+    outcome_ = Outcome::Taken;
+    return;
+  }
+  switch (file_->error()) {
+    case QLockFile::LockFailedError:
+      outcome_ = Outcome::HeldByAnother;
+      break;
+    case QLockFile::PermissionError:
+      why_ = "no right to write in " + folder;
+      break;
+    default:
+      why_ = "cannot make a lock file in " + folder;
+      break;
+  }
 }
 
 }  // namespace tavelin

@@ -2,6 +2,7 @@
 #include <QApplication>
 #include <QMessageBox>
 #include <cstdlib>
+#include <iostream>
 
 #include "app/Form1.h"
 #include "app/instance_lock.h"
@@ -44,11 +45,16 @@ int main(int argc, char** argv) {
   app.setFont(font);
 
   const std::string folder = tavelin::ProgramFolder();
-  const tavelin::InstanceLock instance(folder);
-  if (!instance.Taken()) return 0;  // a second start changes nothing
+  const std::string writable = tavelin::WritableFolder(folder);
+  const tavelin::InstanceLock instance(writable);
+  using Outcome = tavelin::InstanceLock::Outcome;
+  if (instance.Result() == Outcome::HeldByAnother) return 0;  // a second start changes nothing
+  if (instance.Result() == Outcome::Unavailable) {
+    std::cerr << "tavelin: " << instance.Why() << "; a second start would not be noticed\n";
+  }
 
   tavelin::QtMessageBoxes boxes;
-  tavelin::Form1 form1({folder, &boxes, {}});
+  tavelin::Form1 form1({folder, &boxes, {}, writable});
   if (!form1.BootRoutine()) return 0;
   return app.exec();
 }

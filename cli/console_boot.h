@@ -13,13 +13,16 @@ namespace tavelin::cli {
 // What the program holds after its start: the store, the libraries and the
 // two device layers with their devices opened.
 struct ConsoleSession {
-  ConsoleSession(std::string folder, DeviceLibraries libs)
+  ConsoleSession(std::string folder, std::string writable, DeviceLibraries libs)
       : programFolder(std::move(folder)),
+        writableFolder(std::move(writable)),
         libraries(std::move(libs)),
         USB_IO(libraries.usbIo.api),
         USB_Probe(libraries.usbProbe.api) {}
 
   std::string programFolder;
+  // The settings files and logs of mode 0 (see WritableFolder).
+  std::string writableFolder;
   ELM327_Info device;
   DeviceLibraries libraries;
   USB_IO_IF USB_IO;

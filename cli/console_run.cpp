@@ -67,7 +67,7 @@ RunSummary RunSampling(
   PolledTimer timerBackView(loop, kSamplingTimerIntervalMs);
   PolledTimer timerUsbProbe(loop, kSamplingTimerIntervalMs);
   FormBG engine(clock, loop, timerBackView, timerUsbProbe,
-                SystemLogEnvironment(session.programFolder));
+                SystemLogEnvironment(session.writableFolder));
   timerBackView.OnTimer([&] { engine.TimerBackView_Timer(); });
   timerUsbProbe.OnTimer([&] { engine.TimerUSB_Probe_Timer(); });
   engine.device = &session.device;

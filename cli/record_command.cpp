@@ -20,7 +20,7 @@ constexpr double kProgressSeconds = 0.2;
 // before a long run than after it.
 void CheckLogFolder(ConsoleSession& session) {
   const std::string base =
-      LogBaseFolder(session.device, SystemLogEnvironment(session.programFolder));
+      LogBaseFolder(session.device, SystemLogEnvironment(session.writableFolder));
   const std::string probe = JoinPath(base, ".tavelin-write-test-" + std::to_string(getpid()));
   TextStream file = CreateTextFile(probe);
   file.Close();

@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "platform/number_text.h"
+#include "platform/program_folder.h"
 #include "settings/FileSaveSystem.h"
 
 namespace tavelin::cli {
@@ -78,42 +79,42 @@ void PrintSettings(const ELM327_Info& device, const KVR_USB_Probe& USB_Probe, st
 int RunSettings(const SettingsOptions& options, const std::string& programFolder) {
   const bool reset = options.reset;
   const bool view = options.view.has_value();
-  ELM327_Info::SetProgramFolder(programFolder);
+  // The folder the program keeps its settings in: its own, or its data
+  // folder when its own is not writable.
+  const std::string folder = WritableFolder(programFolder);
+  ELM327_Info::SetProgramFolder(folder);
   ELM327_Info device;
   KVR_USB_Probe probe{UsbProbeEntryPoints{}};
   if (view) {
     // Only the display mode changes; everything else stays as read.
-    Read_Config(device, programFolder);
+    Read_Config(device, folder);
     device.t_ViewCh = *options.view;
-    if (Write_Config(device, programFolder) != kWritten) {
-      std::cerr << "tavelin-cli settings: cannot write " << kConfigFile << " in " << programFolder
-                << "\n";
+    if (Write_Config(device, folder) != kWritten) {
+      std::cerr << "tavelin-cli settings: cannot write " << kConfigFile << " in " << folder << "\n";
       return 1;
     }
-    std::cout << "表示モード " << device.t_ViewCh << ": " << programFolder << "/" << kConfigFile
-              << "\n";
+    std::cout << "表示モード " << device.t_ViewCh << ": " << folder << "/" << kConfigFile << "\n";
     return 0;
   }
   if (reset) {
-    const bool written = Write_Config(device, programFolder) == kWritten &&
-                         Write_ChSet(device, programFolder) == kWritten &&
-                         Write_AnSet(probe, programFolder) == kWritten;
+    const bool written = Write_Config(device, folder) == kWritten &&
+                         Write_ChSet(device, folder) == kWritten &&
+                         Write_AnSet(probe, folder) == kWritten;
     if (!written) {
-      std::cerr << "tavelin-cli settings: cannot write the settings files in " << programFolder
-                << "\n";
+      std::cerr << "tavelin-cli settings: cannot write the settings files in " << folder << "\n";
       return 1;
     }
-    std::cout << "設定を既定に戻しました: " << programFolder << "\n";
+    std::cout << "設定を既定に戻しました: " << folder << "\n";
     return 0;
   }
   // Showing changes nothing: a file of another version stays until the
   // program (or a run of record or monitor) starts and replaces it.
   const auto keep = OtherVersion::Keep;
-  std::cout << kConfigFile << ": " << ReadResultText(Read_Config(device, programFolder, keep))
-            << "\n"
-            << kChSetFile << ": " << ReadResultText(Read_ChSet(device, programFolder, keep)) << "\n"
-            << kAnSetFile << ": " << ReadResultText(Read_AnSet(probe, programFolder, keep))
-            << "\n\n";
+  std::cout << "設定フォルダ: " << folder
+            << (folder == programFolder ? "" : " (the program's folder is not writable)") << "\n\n";
+  std::cout << kConfigFile << ": " << ReadResultText(Read_Config(device, folder, keep)) << "\n"
+            << kChSetFile << ": " << ReadResultText(Read_ChSet(device, folder, keep)) << "\n"
+            << kAnSetFile << ": " << ReadResultText(Read_AnSet(probe, folder, keep)) << "\n\n";
   PrintSettings(device, probe, std::cout);
   return 0;
 }

@@ -145,12 +145,18 @@ class BootTest : public QObject {
     QCOMPARE(again->form1->ShownView()->TB_LogComment->text(), QStringLiteral("炉 2 号"));
   }
 
-  void aSecondStartFindsTheLockTaken() {
+  // Only a lock another instance holds means a second start; one that
+  // cannot be made is not mistaken for it.
+  void aSecondStartFindsTheLockHeldAndNothingElseDoes() {
+    using Outcome = InstanceLock::Outcome;
     ProgramFolder folder;
     InstanceLock first(folder.Path());
-    QVERIFY(first.Taken());
+    QCOMPARE(first.Result(), Outcome::Taken);
     InstanceLock second(folder.Path());
-    QVERIFY(!second.Taken());
+    QCOMPARE(second.Result(), Outcome::HeldByAnother);
+    InstanceLock nowhere(folder.Path() + "/no/such/folder");
+    QCOMPARE(nowhere.Result(), Outcome::Unavailable);
+    QVERIFY(!nowhere.Why().empty());
   }
 };
 

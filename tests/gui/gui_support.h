@@ -52,17 +52,28 @@ struct Booted {
 };
 
 // Boots the program; `consent` answers the terms dialog when it shows.
-inline std::unique_ptr<Booted> Boot(const ProgramFolder& folder,
-                                    std::function<void(Formterms&)> consent = {}) {
+// The settings and logs of mode 0 go to `writable`, or to the program's
+// folder when it is empty.
+inline std::unique_ptr<Booted> Boot(const std::string& programFolder,
+                                    std::function<void(Formterms&)> consent = {},
+                                    const std::string& writable = {}) {
   auto booted = std::make_unique<Booted>();
   Booted* raw = booted.get();
-  BootEnvironment environment{folder.Path(), &booted->boxes, [raw, consent](Formterms& terms) {
+  BootEnvironment environment{programFolder, &booted->boxes,
+                              [raw, consent](Formterms& terms) {
                                 ++raw->consentShown;
                                 if (consent) consent(terms);
-                              }};
+                              },
+                              writable};
   booted->form1 = std::make_unique<Form1>(environment);
   booted->started = booted->form1->BootRoutine();
   return booted;
+}
+
+inline std::unique_ptr<Booted> Boot(const ProgramFolder& folder,
+                                    std::function<void(Formterms&)> consent = {},
+                                    const std::string& writable = {}) {
+  return Boot(folder.Path(), std::move(consent), writable);
 }
 
 // A sampling run from the Connect click: `during` runs after `ms`, then

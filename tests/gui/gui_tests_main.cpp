@@ -9,6 +9,7 @@ int RunBootTest(int argc, char** argv);
 int RunViewFrameTest(int argc, char** argv);
 int RunViewsTest(int argc, char** argv);
 int RunDialogsTest(int argc, char** argv);
+int RunReadOnlyTest(int argc, char** argv);
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
@@ -16,7 +17,8 @@ int main(int argc, char** argv) {
   const std::map<std::string, int (*)(int, char**)> suites = {{"boot", RunBootTest},
                                                               {"frame", RunViewFrameTest},
                                                               {"views", RunViewsTest},
-                                                              {"dialogs", RunDialogsTest}};
+                                                              {"dialogs", RunDialogsTest},
+                                                              {"readonly", RunReadOnlyTest}};
   if (argc < 2 || suites.count(argv[1]) == 0) {
     int failures = 0;
     for (const auto& [name, run] : suites) failures += run(1, argv);
