@@ -122,7 +122,8 @@ FormView_LED1::FormView_LED1(ViewHost& host) : ViewFrame(host, kLed1) {
 }
 
 void FormView_LED1::SetChannelArea() {
-  for (int16_t i = 0; i < device->MAX_Ch; ++i) TB_View_Txt[i]->setText(Q(device->usbio_comment(i)));
+  for (int16_t i = 0; i < device->MAX_Ch; ++i)
+    ShowText(TB_View_Txt[i], Q(device->usbio_comment(i)));
   ClearBitLEDs();
 }
 
@@ -187,7 +188,7 @@ FormView_Value1::FormView_Value1(ViewHost& host) : ViewFrame(host, kValue1) {
 
 void FormView_Value1::SetChannelArea() {
   for (int16_t i = 0; i < device->MAX_Ch; ++i) {
-    TB_View_Txt[i]->setText(Q(device->usbio_comment(i)));
+    ShowText(TB_View_Txt[i], Q(device->usbio_comment(i)));
     SetFontSize(Lb_View_ch_[i], device->usbio_Font_size(i));
     SetForeColor(Lb_View_ch_[i], device->usbio_FontColor(i));
     SetBackColor(Lb_View_BackColor[i], device->usbio_BackColor(i));
@@ -231,12 +232,12 @@ FormView_Value2::FormView_Value2(ViewHost& host) : ViewFrame(host, kValue2) {
 void FormView_Value2::SetChannelArea() {
   KVR_USB_Probe& probe = *USB_Probe;
   for (int32_t d = 0; d < probe.max_device; ++d) {
-    TB_View_Device.at(static_cast<std::size_t>(d))->setText(Q(probe.AN_ch_comment(TableIndex(d))));
+    ShowText(TB_View_Device.at(static_cast<std::size_t>(d)), Q(probe.AN_ch_comment(TableIndex(d))));
   }
   for (int32_t k = 0; k < probe.max_DB; ++k) {
     const int16_t pin = TableIndex(k);
     const auto at = static_cast<std::size_t>(k);
-    TB_View_Txt.at(at)->setText(Q(probe.AN_pin_comment(pin)));
+    ShowText(TB_View_Txt.at(at), Q(probe.AN_pin_comment(pin)));
     SetFontSize(Lb_View_ch_.at(at), probe.AN_pin_Font_size(pin));
     SetForeColor(Lb_View_ch_.at(at), probe.AN_pin_FontColor(pin));
     SetBackColor(Lb_View_BackColor.at(at), probe.AN_pin_BackColor(pin));

@@ -132,6 +132,11 @@ QLineEdit* ViewFrame::MakeTextBox(int left, int top, int width, int height, cons
   return box;
 }
 
+void ViewFrame::ShowText(QLineEdit* box, const QString& text) {
+  box->setText(text);
+  box->setCursorPosition(0);
+}
+
 BitLed* ViewFrame::MakeLed(int left, int top, int width, int height) {
   auto* led = new BitLed(area_);
   led->setGeometry(TwipRect(left, top, width, height));
@@ -188,7 +193,7 @@ void ViewFrame::Set_FormView() {
       break;
   }
   View_DeviceLED();
-  TB_LogComment->setText(Q(device->t_LogComment));
+  ShowText(TB_LogComment, Q(device->t_LogComment));
   SetBackColor(TB_LogComment, kCommentIdle);  // the text colour stays as it is
   SetChannelArea();
   SetConnectByFound();

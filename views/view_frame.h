@@ -89,6 +89,9 @@ class ViewFrame : public QMainWindow, public SamplingView {
                     Qt::Alignment alignment = Qt::AlignLeft | Qt::AlignVCenter);
   QLineEdit* MakeTextBox(int left, int top, int width, int height, const QString& text,
                          Colour backColor, Colour foreColor);
+  // A text box shows its text from the start: a long text is clipped at the
+  // right, where the box would otherwise scroll to its cursor at the end.
+  static void ShowText(QLineEdit* box, const QString& text);
   BitLed* MakeLed(int left, int top, int width, int height);
 
   void closeEvent(QCloseEvent* event) override;

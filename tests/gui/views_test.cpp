@@ -34,6 +34,36 @@ class ViewsTest : public QObject {
     }
   }
 
+  // A long comment shows its beginning, clipped at the right.
+  void longCommentsShowTheirBeginning() {
+    const QString tail = QStringLiteral("…の終わり");
+    const std::string text = "最初の言葉から始まる長いコメントが箱の幅を超えて続き、" + S(tail);
+    for (int mode : {1, 3, 4}) {
+      ProgramFolder folder;
+      SaveSettings(folder, mode, [&](ELM327_Info& device) {
+        device.usbio_comment(0) = text;
+        device.t_LogComment = text;
+      });
+      KVR_USB_Probe probe;
+      probe.AN_ch_comment(0) = text;
+      probe.AN_pin_comment(0) = text;
+      FileSaveSystem::Write_AnSet(probe, folder.Path());
+      const auto booted = Boot(folder);
+      ViewFrame& view = *booted->form1->ShownView();
+      std::vector<QLineEdit*> boxes = {view.TB_LogComment};
+      if (mode == 1) boxes.push_back(static_cast<FormView_LED1&>(view).TB_View_Txt[0]);
+      if (mode == 3) boxes.push_back(static_cast<FormView_Value1&>(view).TB_View_Txt[0]);
+      if (mode == 4) {
+        boxes.push_back(static_cast<FormView_Value2&>(view).TB_View_Device[0]);
+        boxes.push_back(static_cast<FormView_Value2&>(view).TB_View_Txt[0]);
+      }
+      for (QLineEdit* box : boxes) {
+        QVERIFY(box->text().startsWith(QStringLiteral("最初の言葉")));
+        QCOMPARE(box->cursorPosition(), 0);
+      }
+    }
+  }
+
   void theLabelledViewShowsBitComments() {
     ProgramFolder folder;
     SaveSettings(folder, 2, [](ELM327_Info& device) {
