@@ -52,13 +52,15 @@ FormVersion::FormVersion() {
   title.setPointSizeF(12);
   title.setBold(true);
   Lb_App_Title->setFont(title);
-  Lb_URL = Label(this, 1290, 1980, 2010, 225, Q(identity::kHomepage));
+  Lb_URL = Label(this, 1290, 1980, 2010, 225, Q(identity::kHomepageShown));
   QPalette link = Lb_URL->palette();
   link.setColor(QPalette::WindowText, QColor(0, 0, 255));
   Lb_URL->setPalette(link);
   Lb_URL->setCursor(Qt::PointingHandCursor);
   Lb_copylight = Label(this, 570, 1500, 3585, 285, QString());
-  Lb_copylight->setWordWrap(true);
+  StartSystemMove = [this] {
+    return windowHandle() != nullptr && windowHandle()->startSystemMove();
+  };
   for (QWidget* surface : {static_cast<QWidget*>(this), static_cast<QWidget*>(Lb_App_Title),
                            static_cast<QWidget*>(Lb_copylight), static_cast<QWidget*>(Lb_OK),
                            static_cast<QWidget*>(Img_OK), static_cast<QWidget*>(Lb_URL)}) {
@@ -75,11 +77,19 @@ void FormVersion::Form_Load() {
 }
 
 void FormVersion::ShowFor(QWidget& owner) {
-  if (!loaded_) Form_Load();
-  const QRect frame = owner.frameGeometry();
-  move(frame.center() - QPoint(width() / 2, height() / 2));
+  if (!loaded_) {
+    Form_Load();
+    move(owner.frameGeometry().center() - QPoint(width() / 2, height() / 2));
+  }
   show();
   raise();
+}
+
+void FormVersion::Drag_Form(Qt::MouseButtons buttons) {
+  if (!(buttons & Qt::LeftButton) || !leftHeld_) return;
+  leftHeld_ = false;
+  dragged_ = true;
+  StartSystemMove();
 }
 
 bool FormVersion::eventFilter(QObject* watched, QEvent* event) {
@@ -88,19 +98,21 @@ bool FormVersion::eventFilter(QObject* watched, QEvent* event) {
   switch (event->type()) {
     case QEvent::MouseButtonPress:
       dragged_ = false;
+      leftHeld_ = mouse->button() == Qt::LeftButton;
       if (watched == Lb_URL && mouse->button() == Qt::LeftButton) {
+        leftHeld_ = false;  // the link is no drag surface
         QDesktopServices::openUrl(QUrl(Q(obj_Form->device->Homepage_URL)));
         return true;
       }
       break;
     case QEvent::MouseMove:
-      if (watched != Lb_URL && (mouse->buttons() & Qt::LeftButton) && windowHandle() != nullptr) {
-        dragged_ = true;
-        windowHandle()->startSystemMove();
+      if (watched != Lb_URL) {
+        Drag_Form(mouse->buttons());
         return true;
       }
       break;
     case QEvent::MouseButtonRelease:
+      leftHeld_ = false;
       if ((watched == Img_OK || watched == Lb_OK) && mouse->button() == Qt::LeftButton &&
           !dragged_) {
         hide();

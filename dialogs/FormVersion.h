@@ -1,6 +1,7 @@
 #pragma once
 #include <QDialog>
 #include <QLabel>
+#include <functional>
 
 namespace tavelin {
 
@@ -19,8 +20,12 @@ class FormVersion final : public QDialog {
   QLabel* Lb_URL;
   QLabel* Lb_copylight;
 
-  // Shows the box over `owner`; the texts are read at the first showing only.
+  // Shows the box. The first showing loads it, centred over `owner`; later
+  // ones show it where it was left, with the texts it read then.
   void ShowFor(QWidget& owner);
+
+  // Hands the box to the window manager to move; true when it took it.
+  std::function<bool()> StartSystemMove;
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
@@ -28,7 +33,12 @@ class FormVersion final : public QDialog {
 
  private:
   void Form_Load();
+  // Drag_Form: a move with the left button held moves the box, once per
+  // press; the window manager then has the button, and its release never
+  // comes here.
+  void Drag_Form(Qt::MouseButtons buttons);
   bool loaded_ = false;
+  bool leftHeld_ = false;
   bool dragged_ = false;
 };
 

@@ -19,9 +19,12 @@ constexpr int kBitEntries = 129;     // bits 0..127 and one spare
 namespace identity {
 inline constexpr const char* kTitle = "タヴェリン Ver1.11";
 inline constexpr const char* kTitleShort = "タヴェリン";
-inline constexpr const char* kNotice = "Copyright (C) 2026 Tavelin Project. All rights reserved.";
+// The notice fits its label of the version box at the dialog's font.
+inline constexpr const char* kNotice = "Copyright (C) 2026 Tavelin Project";
 inline constexpr const char* kNoticeShort = "Copyright (C) Tavelin Project";
 inline constexpr const char* kHomepage = "https://tavelin.example.jp/";
+// The home page as the version box shows it, to fit its label.
+inline constexpr const char* kHomepageShown = "tavelin.example.jp";
 }  // namespace identity
 
 // The one store of identity, common settings and digital channel settings.

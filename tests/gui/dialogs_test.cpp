@@ -13,6 +13,12 @@ QStringList Lines(const char* text) {
   return QString::fromUtf8(text).split(QStringLiteral("\r\n"));
 }
 
+void Mouse(QWidget* widget, QEvent::Type type, Qt::MouseButton button, Qt::MouseButtons held) {
+  const QPointF at(4, 4);
+  QMouseEvent event(type, at, widget->mapToGlobal(at), button, held, Qt::NoModifier);
+  QCoreApplication::sendEvent(widget, &event);
+}
+
 class DialogsTest : public QObject {
   Q_OBJECT
 
@@ -74,6 +80,67 @@ class DialogsTest : public QObject {
     view.menu_help_version->trigger();
     QTest::mouseClick(about.Lb_OK, Qt::LeftButton);
     QVERIFY(!about.isVisible());
+  }
+
+  // Each text stands whole on one line of its label, at the dialog's font.
+  void theAboutBoxTextsFitTheirLabels() {
+    ProgramFolder folder;
+    SaveSettings(folder, 1);
+    const auto booted = Boot(folder);
+    booted->form1->ShownView()->menu_help_version->trigger();
+    FormVersion& about = booted->form1->TheFormVersion();
+    for (QLabel* label : {about.Lb_App_Title, about.Lb_copylight, about.Lb_URL, about.Lb_OK}) {
+      const QFontMetrics metrics(label->font());
+      QVERIFY2(metrics.horizontalAdvance(label->text()) <= label->width(),
+               qPrintable(label->text()));
+      QVERIFY(metrics.height() <= label->height());
+      QVERIFY(!label->wordWrap());
+    }
+    QCOMPARE(about.Lb_URL->text(), QStringLiteral("tavelin.example.jp"));
+  }
+
+  // A press and a move drag the box once; the window manager then has the
+  // button, so moves that still report it held start no new drag, and the
+  // next plain click on OK closes the box.
+  void aDragEndsWithItsPress() {
+    ProgramFolder folder;
+    SaveSettings(folder, 1);
+    const auto booted = Boot(folder);
+    ViewFrame& view = *booted->form1->ShownView();
+    view.menu_help_version->trigger();
+    FormVersion& about = booted->form1->TheFormVersion();
+    int drags = 0;
+    about.StartSystemMove = [&] { return ++drags > 0; };
+    Mouse(about.Lb_App_Title, QEvent::MouseButtonPress, Qt::LeftButton, Qt::LeftButton);
+    Mouse(about.Lb_App_Title, QEvent::MouseMove, Qt::NoButton, Qt::LeftButton);
+    Mouse(about.Lb_App_Title, QEvent::MouseMove, Qt::NoButton, Qt::LeftButton);
+    Mouse(about.Lb_copylight, QEvent::MouseMove, Qt::NoButton, Qt::LeftButton);
+    QCOMPARE(drags, 1);
+    QVERIFY(about.isVisible());
+    Mouse(about.Img_OK, QEvent::MouseButtonPress, Qt::LeftButton, Qt::LeftButton);
+    Mouse(about.Img_OK, QEvent::MouseButtonRelease, Qt::LeftButton, Qt::NoButton);
+    QVERIFY(!about.isVisible());
+    // Pressed on OK and dragged: no close at the release.
+    view.menu_help_version->trigger();
+    Mouse(about.Lb_OK, QEvent::MouseButtonPress, Qt::LeftButton, Qt::LeftButton);
+    Mouse(about.Lb_OK, QEvent::MouseMove, Qt::NoButton, Qt::LeftButton);
+    Mouse(about.Lb_OK, QEvent::MouseButtonRelease, Qt::LeftButton, Qt::NoButton);
+    QCOMPARE(drags, 2);
+    QVERIFY(about.isVisible());
+  }
+
+  // Loaded once and then only hidden, the box opens again where it was left.
+  void theAboutBoxOpensWhereItWasLeft() {
+    ProgramFolder folder;
+    SaveSettings(folder, 1);
+    const auto booted = Boot(folder);
+    ViewFrame& view = *booted->form1->ShownView();
+    view.menu_help_version->trigger();
+    FormVersion& about = booted->form1->TheFormVersion();
+    about.move(12, 34);
+    QTest::mouseClick(about.Img_OK, Qt::LeftButton);
+    view.menu_help_version->trigger();
+    QCOMPARE(about.pos(), QPoint(12, 34));
   }
 };
 

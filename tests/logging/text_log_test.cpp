@@ -11,7 +11,7 @@ using test::ReadBytes;
 using test::ReadLog;
 
 const std::string kTop =
-    "タヴェリン Ver1.11,,,Copyright (C) 2026 Tavelin Project. All rights reserved.,,,,"
+    "タヴェリン Ver1.11,,,Copyright (C) 2026 Tavelin Project,,,,"
     "https://tavelin.example.jp/\r\n\r\nDate:  2026/03/02 14:05:09";
 
 class TextLog : public ::testing::Test {
