@@ -7,7 +7,9 @@
 #include "app/Form1.h"
 #include "app/instance_lock.h"
 #include "platform/program_folder.h"
+#include "views/application_look.h"
 #include "views/design_units.h"
+#include "views/message_boxes.h"
 
 namespace {
 
@@ -30,7 +32,9 @@ class TavelinApplication final : public QApplication {
 
  private:
   [[noreturn]] static void Report(const QString& text) {
-    QMessageBox::critical(nullptr, tavelin::Q(tavelin::identity::kTitle), text);
+    tavelin::MakeMessageBox(nullptr, QMessageBox::Critical, tavelin::Q(tavelin::identity::kTitle),
+                            text, QMessageBox::Ok)
+        ->exec();
     std::_Exit(EXIT_FAILURE);
   }
 };
@@ -40,9 +44,7 @@ class TavelinApplication final : public QApplication {
 int main(int argc, char** argv) {
   TavelinApplication app(argc, argv);
   app.setQuitOnLastWindowClosed(false);
-  QFont font(tavelin::UiFontFamily());
-  font.setPointSizeF(9);
-  app.setFont(font);
+  tavelin::UseProgramLook(app);
 
   const std::string folder = tavelin::ProgramFolder();
   const std::string writable = tavelin::WritableFolder(folder);

@@ -1,6 +1,7 @@
 #pragma once
 #include <QMessageBox>
 #include <QString>
+#include <memory>
 
 namespace tavelin {
 
@@ -20,5 +21,11 @@ class QtMessageBoxes final : public MessageBoxes {
   bool OkCancel(QWidget* parent, const QString& title, const QString& text,
                 QMessageBox::Icon icon) override;
 };
+
+// A message box with room for its title: a short text would make the box
+// so narrow that the window manager cuts the title.
+std::unique_ptr<QMessageBox> MakeMessageBox(QWidget* parent, QMessageBox::Icon icon,
+                                            const QString& title, const QString& text,
+                                            QMessageBox::StandardButtons buttons);
 
 }  // namespace tavelin

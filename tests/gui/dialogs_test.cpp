@@ -5,6 +5,7 @@
 #include "dialogs/FormVersion.h"
 #include "dialogs/help_texts.h"
 #include "gui_support.h"
+#include "views/message_boxes.h"
 
 namespace tavelin::test {
 namespace {
@@ -80,6 +81,20 @@ class DialogsTest : public QObject {
     view.menu_help_version->trigger();
     QTest::mouseClick(about.Lb_OK, Qt::LeftButton);
     QVERIFY(!about.isVisible());
+  }
+
+  // Qt's standard buttons speak Japanese, and a box with a short text is
+  // still wide enough for the window manager to show its title.
+  void messageBoxesSpeakJapaneseAndHaveRoomForTheirTitle() {
+    const QString title = QStringLiteral("タヴェリン Ver1.11");
+    const auto box = MakeMessageBox(nullptr, QMessageBox::Warning, title,
+                                    QStringLiteral("USB-IO を再検索します。\nよろしいですか？"),
+                                    QMessageBox::Ok | QMessageBox::Cancel);
+    QCOMPARE(box->button(QMessageBox::Cancel)->text(), QStringLiteral("キャンセル"));
+    box->show();
+    const int titleWidth = QFontMetrics(box->font()).horizontalAdvance(title);
+    QVERIFY2(box->width() >= titleWidth + 150, qPrintable(QString::number(box->width())));
+    box->hide();
   }
 
   // Each text stands whole on one line of its label, at the dialog's font.

@@ -5,6 +5,8 @@
 #include <map>
 #include <string>
 
+#include "views/application_look.h"
+
 int RunBootTest(int argc, char** argv);
 int RunViewFrameTest(int argc, char** argv);
 int RunViewsTest(int argc, char** argv);
@@ -14,6 +16,7 @@ int RunReadOnlyTest(int argc, char** argv);
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
   app.setQuitOnLastWindowClosed(false);
+  tavelin::UseProgramLook(app);
   const std::map<std::string, int (*)(int, char**)> suites = {{"boot", RunBootTest},
                                                               {"frame", RunViewFrameTest},
                                                               {"views", RunViewsTest},

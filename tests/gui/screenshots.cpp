@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "gui_support.h"
+#include "views/application_look.h"
 #include "views/design_units.h"
 
 int main(int argc, char** argv) {
@@ -12,9 +13,7 @@ int main(int argc, char** argv) {
   using namespace tavelin::test;
   QApplication app(argc, argv);
   app.setQuitOnLastWindowClosed(false);
-  QFont font(UiFontFamily());
-  font.setPointSizeF(9);
-  app.setFont(font);
+  UseProgramLook(app);
   if (argc != 3) {
     std::cerr << "usage: tavelin_screenshots DEMO_SIMULATION OUTPUT_FOLDER\n";
     return 2;
