@@ -1,4 +1,6 @@
 #pragma once
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,5 +21,16 @@ std::string NumberText(double value);
 // std::to_string in a concatenation for an overlapping copy; this one is
 // not inlined there.)
 std::string DecimalText(long long value);
+
+// The number a text stands for, where it is one: a decimal number, blanks
+// around it allowed, a sign and an exponent allowed; no "inf", "nan", hex or
+// thousands separators. The workbook takes such a text for a number, and
+// the settings dialogs' number test is the same.
+std::optional<double> NumberInText(std::string_view text);
+
+// The same number read as a signed 32-bit whole number, rounded to nearest
+// with halves to even; none where the text is no number or the number lies
+// beyond 32 bits.
+std::optional<int32_t> WholeNumberInText(std::string_view text);
 
 }  // namespace tavelin

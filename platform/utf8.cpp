@@ -98,4 +98,8 @@ std::string_view TrimBlanks(std::string_view text) {
   return text;
 }
 
+std::string TrimmedComment(std::string_view text, std::size_t count) {
+  return FirstCharacters(TrimBlanks(text), count);
+}
+
 }  // namespace tavelin

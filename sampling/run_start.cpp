@@ -15,7 +15,7 @@ void PrepareDevicesForRun(bool analog, const ELM327_Info& device, USB_IO_IF& usb
 }
 
 std::string RunComment(std::string_view typed) {
-  return FirstCharacters(TrimBlanks(typed), kRunCommentLength);
+  return TrimmedComment(typed, kRunCommentLength);
 }
 
 bool CommentRefused(const std::string& comment, const ELM327_Info& device) {

@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "platform/file_system.h"
+#include "platform/number_text.h"
 #include "platform/utf8.h"
 #include "spreadsheet/compound_file.h"
 #include "spreadsheet/filter_arrows.h"
 #include "spreadsheet/little_endian.h"
-#include "spreadsheet/number_cells.h"
 
 namespace tavelin {
 namespace {
@@ -339,7 +339,7 @@ SheetCells BuildCells(const SheetData& sheet, StyleTable& styles, SharedStrings&
       if (text.empty()) return;  // an empty text leaves the cell blank
       written[at] = 1;
       OutCell cell{column, OutCell::Kind::Text, 0, 0.0, 0, styleAt(column)};
-      if (const auto number = NumberOfText(text)) {
+      if (const auto number = NumberInText(text)) {
         cell.number = *number;
         cell.kind = EncodeRk(*number, cell.rk) ? OutCell::Kind::Rk : OutCell::Kind::Number;
       } else {

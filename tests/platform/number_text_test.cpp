@@ -44,5 +44,34 @@ TEST(NumberText, NonNumbersHaveAText) {
   EXPECT_EQ(NumberText(-INFINITY), "-Inf");
 }
 
+TEST(NumberInText, OnlyDecimalNumbersAreNumbers) {
+  EXPECT_EQ(NumberInText("1"), 1.0);
+  EXPECT_EQ(NumberInText(" -2.5 "), -2.5);
+  EXPECT_EQ(NumberInText("1.5E-07"), 1.5e-7);
+  EXPECT_EQ(NumberInText("+3"), 3.0);
+  for (const char* text :
+       {"", " ", "Ch1", "NaN", "Inf", "0x10", "1,000", "2026/11/21 6:10:33", "1e999", "--1", "."}) {
+    EXPECT_FALSE(NumberInText(text)) << text;
+  }
+}
+
+// A whole number rounds halves to even and stays within 32 bits.
+TEST(WholeNumberInText, RoundsHalvesToEvenWithin32Bits) {
+  const std::pair<const char*, std::optional<int32_t>> cases[] = {
+      {"7", 7},
+      {"2.5", 2},
+      {"3.5", 4},
+      {"-2.5", -2},
+      {"2.51", 3},
+      {"1e3", 1000},
+      {"2147483647", 2147483647},
+      {"-2147483648", INT32_MIN},
+      {"2147483648", std::nullopt},
+      {"99999999999999999999", std::nullopt},
+      {"abc", std::nullopt},
+      {"", std::nullopt}};
+  for (const auto& [text, whole] : cases) EXPECT_EQ(WholeNumberInText(text), whole) << text;
+}
+
 }  // namespace
 }  // namespace tavelin

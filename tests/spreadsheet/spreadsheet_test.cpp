@@ -6,7 +6,6 @@
 
 #include "spreadsheet/ExcelApplication.h"
 #include "spreadsheet/compact_cell_table.h"
-#include "spreadsheet/number_cells.h"
 #include "spreadsheet/xls_writer.h"
 
 namespace tavelin {
@@ -34,17 +33,6 @@ TEST(CompactCellTable, KeepsTextsInAnyOrderOfWriting) {
   EXPECT_THROW(table.Let(20001, 0, "x"), std::out_of_range);
   EXPECT_THROW(table.Get(0, 129), std::out_of_range);
   EXPECT_THROW(table.Get(-1, 0), std::out_of_range);
-}
-
-TEST(NumberOfText, OnlyDecimalNumbersBecomeNumbers) {
-  EXPECT_EQ(NumberOfText("1"), 1.0);
-  EXPECT_EQ(NumberOfText(" -2.5 "), -2.5);
-  EXPECT_EQ(NumberOfText("1.5E-07"), 1.5e-7);
-  EXPECT_EQ(NumberOfText("+3"), 3.0);
-  for (const char* text :
-       {"", " ", "Ch1", "NaN", "Inf", "0x10", "1,000", "2026/11/21 6:10:33", "1e999", "--1", "."}) {
-    EXPECT_FALSE(NumberOfText(text)) << text;
-  }
 }
 
 TEST(EncodeRk, TakesTheSmallestFormThatIsExact) {
