@@ -1,10 +1,11 @@
 #include "device_backend.h"
 
-#include <bitset>
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
 #include <iostream>
+#include <set>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -51,9 +52,12 @@ class SimulatedBackend final : public DeviceBackend {
     return device != nullptr && !device->Gone();
   }
 
+  // What was written into a module stays with it, also when the file is
+  // read again; a module is its line of the file, so another module on the
+  // same channel is not prepared.
   bool Prepared(int channel) const override {
     const Device* device = Find(channel);
-    return device != nullptr && (device->line.prepared || written_.test(channel));
+    return device != nullptr && (device->line.prepared || written_.count(device->line.text) > 0);
   }
 
   void BeginReads() override {
@@ -69,8 +73,8 @@ class SimulatedBackend final : public DeviceBackend {
   }
 
   bool WriteSettings(int channel) override {
-    if (!Present(channel)) return false;
-    written_.set(channel);
+    if (!Present(channel) || Find(channel)->line.writeFails) return false;
+    written_.insert(Find(channel)->line.text);
     return true;
   }
 
@@ -93,7 +97,7 @@ class SimulatedBackend final : public DeviceBackend {
 
   DeviceFamily family_;
   std::vector<Device> devices_ = std::vector<Device>(kMaxChannels);
-  std::bitset<kMaxChannels> written_;
+  std::set<std::string> written_;  // lines of modules that took settings
   int readTimeUs_ = 0;
 };
 

@@ -209,21 +209,35 @@ std::unique_ptr<SignalSource> AnalogSource(const std::string& name, Arguments& a
                   "' (sine, ramp, noise, constant, script)");
 }
 
-// Splits "... vanish-after N" off the end of a device line.
-std::optional<std::int64_t> TakeVanishAfter(std::vector<std::string>& words) {
-  if (words.size() >= 2 && words[words.size() - 2] == "vanish-after") {
-    const auto reads = Integer(words.back(), 0, INT64_MAX, "vanish-after");
-    words.resize(words.size() - 2);
-    return reads;
+// A line's words with single blanks between them: the module it stands for,
+// whatever its spacing and comment.
+std::string Joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
+  return text;
+}
+
+// Splits the options off the end of a device line: "vanish-after N" and
+// "write-fails", in any order.
+void TakeOptions(std::vector<std::string>& words, SimulatedDeviceLine& device) {
+  for (;;) {
+    if (words.size() >= 2 && words[words.size() - 2] == "vanish-after") {
+      device.vanishAfterReads = Integer(words.back(), 0, INT64_MAX, "vanish-after");
+      words.resize(words.size() - 2);
+    } else if (!words.empty() && words.back() == "write-fails") {
+      device.writeFails = true;
+      words.pop_back();
+    } else {
+      return;
+    }
   }
-  return std::nullopt;
 }
 
 SimulatedDeviceLine DeviceLine(std::vector<std::string> words, const std::string& text,
                                DeviceFamily family, const std::filesystem::path& folder) {
   SimulatedDeviceLine device;
-  device.text = text;
-  device.vanishAfterReads = TakeVanishAfter(words);
+  device.text = Joined(words);
+  TakeOptions(words, device);
   const bool usbio = family == DeviceFamily::UsbIo;
   const std::size_t sourceAt = usbio ? 3 : 2;
   if (words.size() <= sourceAt) {

@@ -17,7 +17,8 @@ struct SimulatedDeviceLine {
   int channel = 0;
   bool prepared = true;  // carries this system's settings (probes always do)
   std::optional<std::int64_t> vanishAfterReads;
-  std::string text;  // the line as written: a device whose line is unchanged keeps its state
+  bool writeFails = false;  // the module does not take settings
+  std::string text;         // the line as written: a device whose line is unchanged keeps its state
   std::unique_ptr<SignalSource> source;
 };
 

@@ -199,11 +199,31 @@ TEST(UsbIoLibrary, KindsAndWrittenSettings) {
   EXPECT_EQ(writer.FindDevice, 2);
   EXPECT_EQ(writer.setting_writeDevice(), 2);
 
-  simulation.Rewrite("usbio 4 prepared constant 1\nusbio 13 plain constant 2 # re-read\n");
+  simulation.Rewrite("usbio 4 prepared constant 1\nusbio  13 plain constant 2 # re-read\n");
   shared.Param_ALL_Clear();
   shared.openDevice();
   EXPECT_EQ(shared.FindDevice, 2);
   EXPECT_GE(shared.HidCh(13), 0);
+
+  // Another module on channel 13 has had no settings written.
+  simulation.Rewrite("usbio 4 prepared constant 1\nusbio 13 plain constant 7\n");
+  shared.Param_ALL_Clear();
+  shared.openDevice();
+  EXPECT_EQ(shared.HidCh(13), -1);
+}
+
+// A write counts the modules that took the settings.
+TEST(UsbIoLibrary, AWriteCountsTheModulesThatTookIt) {
+  Simulation simulation(
+      "usbio 1 plain constant 1\nusbio 2 plain constant 2 write-fails\nusbio 3 plain constant 3\n");
+  USB_IO_IF writer(BuiltLibraries().usbIo.api);
+  writer.searchDevice();
+  EXPECT_EQ(writer.FindDevice, 3);
+  EXPECT_EQ(writer.setting_writeDevice(), 2);
+  USB_IO_IF shared(BuiltLibraries().usbIo.api);
+  shared.openDevice();
+  EXPECT_EQ(shared.FindDevice, 2);
+  EXPECT_EQ(shared.HidCh(2), -1);
 }
 
 TEST(UsbIoLibrary, ScriptedModuleStepsOncePerRead) {
