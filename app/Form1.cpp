@@ -4,7 +4,11 @@
 
 #include "app/boot_windows.h"
 #include "devices/library_version_check.h"
+#include "dialogs/FormCommonSetting.h"
+#include "dialogs/FormFrashWrite.h"
 #include "dialogs/FormHelp.h"
+#include "dialogs/FormOption1.h"
+#include "dialogs/FormOptionAN.h"
 #include "dialogs/FormVersion.h"
 #include "logging/log_environment.h"
 #include "settings/FileSaveSystem.h"
@@ -125,27 +129,76 @@ ViewFrame& Form1::View(int32_t mode) {
         break;
     }
     view->Form_Load();
+    // A view opens centred on the screen.
+    view->adjustSize();
+    if (const QScreen* screen = view->screen()) {
+      view->move(screen->availableGeometry().center() - view->rect().center());
+    }
   }
   return *view;
 }
 
+// A view's load ties the engine and every dialog to it, in this order; the
+// analog view also the analog channel dialog.
 void Form1::BindToView(ViewFrame& view, bool analog) {
   formBG_->device = &device;
   formBG_->USB_IO = &USB_IO;
   if (analog) formBG_->USB_Probe = &USB_Probe;
   formBG_->obj_Form = &view;
   TheFormHelp().obj_Form = &view;
+  owners_.commonSetting = &view;
+  owners_.option1 = &view;
+  if (analog) owners_.optionAN = &view;
   TheFormVersion().obj_Form = &view;
+  owners_.frashWrite = &view;
 }
 
+// A Tool menu entry: its dialog shown, then the view disabled. The version
+// box leaves the view enabled.
 void Form1::ShowDialog(ViewDialog dialog, ViewFrame& owner) {
+  ToolDialog* shown = nullptr;
   switch (dialog) {
     case ViewDialog::Version:
       TheFormVersion().ShowFor(owner);
+      return;
+    case ViewDialog::CommonSetting:
+      shown = formCommonSetting_ = new FormCommonSetting(*this, owners_.commonSetting);
       break;
-    default:
-      break;  // the settings dialogs come with their own work
+    case ViewDialog::ChannelSettings:
+      if (owner.USB_Probe != nullptr) {
+        shown = formOptionAN_ = new FormOptionAN(*this, owners_.optionAN);
+      } else {
+        shown = formOption1_ = new FormOption1(*this, owners_.option1);
+      }
+      break;
+    case ViewDialog::DeviceWriter:
+      shown = formFrashWrite_ =
+          new FormFrashWrite(*this, owners_.frashWrite, libraries_->usbIo.api);
+      break;
   }
+  shown->ShowOver(owner);
+  owner.setEnabled(false);
+}
+
+FormCommonSetting* Form1::TheFormCommonSetting() const {
+  return formCommonSetting_;
+}
+FormOption1* Form1::TheFormOption1() const {
+  return formOption1_;
+}
+FormOptionAN* Form1::TheFormOptionAN() const {
+  return formOptionAN_;
+}
+FormFrashWrite* Form1::TheFormFrashWrite() const {
+  return formFrashWrite_;
+}
+
+void Form1::ShowHelp(int32_t kind) {
+  HelpWizard::Show_Help(TheFormHelp(), kind);
+}
+
+void Form1::HideHelp() {
+  if (formHelp_ && formHelp_->isVisible()) formHelp_->hide();
 }
 
 ViewFrame* Form1::ShownView() const {
@@ -157,11 +210,7 @@ ViewFrame* Form1::ShownView() const {
 
 void Form1::OpenFirstView() {
   if (device.t_ViewCh < 1 || device.t_ViewCh > 4) device.t_ViewCh = 1;
-  ViewFrame& view = View(device.t_ViewCh);
-  view.show();
-  if (const QScreen* screen = view.screen()) {
-    view.move(screen->availableGeometry().center() - view.rect().center());
-  }
+  View(device.t_ViewCh).show();
 }
 
 void Form1::UnloadFrom(ViewFrame& closing) {
@@ -176,7 +225,14 @@ void Form1::UnloadFrom(ViewFrame& closing) {
   settle();
   if (formVersion_) formVersion_->hide();
   settle();
+  for (QWidget* dialog :
+       std::initializer_list<QWidget*>{formCommonSetting_, formOption1_, formOptionAN_}) {
+    if (dialog != nullptr) dialog->close();
+    settle();
+  }
   if (formHelp_) formHelp_->hide();
+  settle();
+  if (formFrashWrite_) formFrashWrite_->close();
   settle();
   for (auto& view : views_) {
     if (view && view.get() != &closing) {

@@ -1,5 +1,6 @@
 #pragma once
 #include <QPointer>
+#include <QWidget>
 #include <array>
 #include <functional>
 #include <memory>
@@ -22,6 +23,10 @@ class Form2;
 class Formterms;
 class FormVersion;
 class FormHelp;
+class FormCommonSetting;
+class FormOption1;
+class FormOptionAN;
+class FormFrashWrite;
 
 // What the start-up takes from around it; tests answer the dialogs here.
 struct BootEnvironment {
@@ -60,6 +65,15 @@ class Form1 final : public ViewHost {
   MessageBoxes& Boxes() override { return *environment_.boxes; }
   void BindToView(ViewFrame& view, bool analog) override;
   void ShowDialog(ViewDialog dialog, ViewFrame& owner) override;
+  ViewFrame& ViewOfMode(int32_t mode) override { return View(mode); }
+  void ShowHelp(int32_t kind) override;
+  void HideHelp() override;
+
+  // The dialog of a Tool menu entry while it is open, else null.
+  FormCommonSetting* TheFormCommonSetting() const;
+  FormOption1* TheFormOption1() const;
+  FormOptionAN* TheFormOptionAN() const;
+  FormFrashWrite* TheFormFrashWrite() const;
 
   const std::string& ProgramFolder() const { return environment_.programFolder; }
   const std::string& WritableFolder() const { return environment_.writableFolder; }
@@ -91,6 +105,18 @@ class Form1 final : public ViewHost {
   std::unique_ptr<FormVersion> formVersion_;
   std::unique_ptr<FormHelp> formHelp_;
   std::array<std::unique_ptr<ViewFrame>, 4> views_;
+  // The view each dialog belongs to: tied at a view's load, kept while the
+  // dialog comes and goes.
+  struct DialogOwners {
+    ViewFrame* commonSetting = nullptr;
+    ViewFrame* option1 = nullptr;
+    ViewFrame* optionAN = nullptr;
+    ViewFrame* frashWrite = nullptr;
+  } owners_;
+  QPointer<FormCommonSetting> formCommonSetting_;
+  QPointer<FormOption1> formOption1_;
+  QPointer<FormOptionAN> formOptionAN_;
+  QPointer<FormFrashWrite> formFrashWrite_;
   bool unloaded_ = false;
 };
 

@@ -68,6 +68,16 @@ TextStream CreateTextFile(const std::string& path) {
   return TextStream(path, file);
 }
 
+std::string FolderOfDroppedPath(const std::string& path) {
+  std::error_code error;
+  std::string folder = path;
+  if (fs::exists(path, error) && !fs::is_directory(path, error)) {
+    folder = fs::path(path).parent_path().string();
+  }
+  while (folder.size() > 1 && folder.back() == '/') folder.pop_back();
+  return folder.empty() ? "/" : folder;
+}
+
 std::string JoinPath(const std::string& folder, const std::string& name) {
   return folder + "/" + name;
 }

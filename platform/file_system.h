@@ -40,6 +40,11 @@ class TextStream {
 // Creates (or empties) the file at `path`. Throws FileError.
 TextStream CreateTextFile(const std::string& path);
 
+// The folder a dropped path names: a file gives its folder, a folder
+// itself, a path that does not exist is taken whole. Never with a trailing
+// "/", except for "/" itself.
+std::string FolderOfDroppedPath(const std::string& path);
+
 // "/" between folder and name: a folder of "" gives "/name", as the root.
 std::string JoinPath(const std::string& folder, const std::string& name);
 

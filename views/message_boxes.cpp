@@ -29,6 +29,10 @@ void QtMessageBoxes::Critical(QWidget* parent, const QString& title, const QStri
   MakeMessageBox(parent, QMessageBox::Critical, title, text, QMessageBox::Ok)->exec();
 }
 
+void QtMessageBoxes::Exclamation(QWidget* parent, const QString& title, const QString& text) {
+  MakeMessageBox(parent, QMessageBox::Warning, title, text, QMessageBox::Ok)->exec();
+}
+
 bool QtMessageBoxes::OkCancel(QWidget* parent, const QString& title, const QString& text,
                               QMessageBox::Icon icon) {
   return MakeMessageBox(parent, icon, title, text, QMessageBox::Ok | QMessageBox::Cancel)->exec() ==

@@ -10,6 +10,8 @@ class MessageBoxes {
  public:
   virtual ~MessageBoxes() = default;
   virtual void Critical(QWidget* parent, const QString& title, const QString& text) = 0;
+  // OK only, with the exclamation icon.
+  virtual void Exclamation(QWidget* parent, const QString& title, const QString& text) = 0;
   // OK and Cancel; true for OK.
   virtual bool OkCancel(QWidget* parent, const QString& title, const QString& text,
                         QMessageBox::Icon icon) = 0;
@@ -18,6 +20,7 @@ class MessageBoxes {
 class QtMessageBoxes final : public MessageBoxes {
  public:
   void Critical(QWidget* parent, const QString& title, const QString& text) override;
+  void Exclamation(QWidget* parent, const QString& title, const QString& text) override;
   bool OkCancel(QWidget* parent, const QString& title, const QString& text,
                 QMessageBox::Icon icon) override;
 };

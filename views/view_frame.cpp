@@ -87,8 +87,12 @@ void ViewFrame::BuildMenus() {
 
   menu_tool = menuBar()->addMenu(QStringLiteral("ツール(&T)"));
   menu_common_setting = menu_tool->addAction(QStringLiteral("共通設定"));
+  QObject::connect(menu_common_setting, &QAction::triggered,
+                   [this] { host_.ShowDialog(ViewDialog::CommonSetting, *this); });
   menu_opt_function1 = menu_tool->addAction(
       design_.analog ? QStringLiteral("Ch設定 （アナログ入力）") : QStringLiteral("Ch設定"));
+  QObject::connect(menu_opt_function1, &QAction::triggered,
+                   [this] { host_.ShowDialog(ViewDialog::ChannelSettings, *this); });
   menu_tool->addSeparator();
   menu_opt_search =
       menu_tool->addAction(design_.analog ? QStringLiteral("デバイス再検索 ")
@@ -97,6 +101,8 @@ void ViewFrame::BuildMenus() {
   menu_opt_write_usbio = nullptr;
   if (!design_.analog) {
     menu_opt_write_usbio = menu_tool->addAction(QStringLiteral("マイコン設定書込 (USB-IO)"));
+    QObject::connect(menu_opt_write_usbio, &QAction::triggered,
+                     [this] { host_.ShowDialog(ViewDialog::DeviceWriter, *this); });
   }
 
   menu_help = menuBar()->addMenu(QStringLiteral("ヘルプ(&H)"));

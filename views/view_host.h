@@ -30,6 +30,11 @@ class ViewHost {
   virtual void BindToView(ViewFrame& view, bool analog) = 0;
   // A menu entry's dialog, opened over `owner`.
   virtual void ShowDialog(ViewDialog dialog, ViewFrame& owner) = 0;
+  // The view of a display mode (1 to 4), loaded on first use; not shown.
+  virtual ViewFrame& ViewOfMode(int32_t mode) = 0;
+  // Help text `kind` (1 to 3) in the one help window, or the window hidden.
+  virtual void ShowHelp(int32_t kind) = 0;
+  virtual void HideHelp() = 0;
 
   virtual bool Unloaded() const = 0;
   virtual void UnloadFrom(ViewFrame& closing) = 0;

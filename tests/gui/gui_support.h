@@ -25,11 +25,15 @@ class RecordingBoxes final : public MessageBoxes {
     titles << title;
     criticals << text;
   }
+  void Exclamation(QWidget*, const QString& title, const QString& text) override {
+    titles << title;
+    exclamations << text;
+  }
   bool OkCancel(QWidget*, const QString&, const QString& text, QMessageBox::Icon) override {
     questions << text;
     return answer;
   }
-  QStringList titles, criticals, questions;
+  QStringList titles, criticals, exclamations, questions;
   bool answer = true;
 };
 

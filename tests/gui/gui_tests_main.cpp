@@ -1,6 +1,7 @@
 // The window tests, one suite a run: tavelin_gui_tests SUITE [QtTest options].
 #include <QApplication>
 #include <QtTest>
+#include <cstdio>
 #include <cstring>
 #include <map>
 #include <string>
@@ -12,6 +13,9 @@ int RunViewFrameTest(int argc, char** argv);
 int RunViewsTest(int argc, char** argv);
 int RunDialogsTest(int argc, char** argv);
 int RunReadOnlyTest(int argc, char** argv);
+int RunCommonSettingTest(int argc, char** argv);
+int RunChannelSettingsTest(int argc, char** argv);
+int RunDeviceWriterTest(int argc, char** argv);
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
@@ -21,11 +25,18 @@ int main(int argc, char** argv) {
                                                               {"frame", RunViewFrameTest},
                                                               {"views", RunViewsTest},
                                                               {"dialogs", RunDialogsTest},
-                                                              {"readonly", RunReadOnlyTest}};
-  if (argc < 2 || suites.count(argv[1]) == 0) {
+                                                              {"readonly", RunReadOnlyTest},
+                                                              {"common", RunCommonSettingTest},
+                                                              {"channels", RunChannelSettingsTest},
+                                                              {"writer", RunDeviceWriterTest}};
+  if (argc < 2) {
     int failures = 0;
     for (const auto& [name, run] : suites) failures += run(1, argv);
     return failures;
+  }
+  if (suites.count(argv[1]) == 0) {
+    std::fprintf(stderr, "no suite named %s\n", argv[1]);
+    return 2;
   }
   const auto run = suites.at(argv[1]);
   argv[1] = argv[0];
