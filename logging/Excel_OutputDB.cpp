@@ -119,6 +119,17 @@ void Excel_OutputDB::EndRow(StringBuilder& buffer) {
   buffer.Append(row_);
   ++Excel_DB_ArayyCounter;
   ++rowsLogged_;
+  ++BufferRows(&buffer == &csv_DB1 ? 1 : 2);
+}
+
+void Excel_OutputDB::FileWritten(int32_t Output_ch, const LogFileName& name, bool rowsKept) {
+  WrittenLog written{name.path, name.overwrites, 0, 0};
+  (rowsKept ? written.rowsInFile : written.rowsDiscarded) = BufferRows(Output_ch);
+  BufferRows(Output_ch) = 0;
+  rowsInFiles_ += written.rowsInFile;
+  rowsDiscarded_ += written.rowsDiscarded;
+  ++filesWritten_;
+  if (environment_.logWritten) environment_.logWritten(written);
 }
 
 void Excel_OutputDB::DataInput_for_bit_to_text(StringBuilder& buffer, USB_IO_IF& USB_IO,
@@ -212,15 +223,18 @@ void Excel_OutputDB::WriteTextLog(int32_t Output_ch, KVR_USB_Probe* USB_Probe, U
                                   ELM327_Info& device, std::string& FileName_Date,
                                   std::string& FileName_No, const std::string& FolderName) {
   const LocalTime now = environment_.now();
-  const std::string path =
+  const LogFileName name =
       LogFilePath(device, now, FileName_Date, FileName_No, FolderName, environment_);
-  TextStream file = CreateTextFile(path);
+  TakenLogName taken(name);
+  TextStream file = CreateTextFile(name.path);
   file.Write(ToCodePage(csv_Header_Top + DateTimeText(now) + csv_Header_Bottom));
   // Checked on the counter, not the buffer: a file written at a rollover
   // holds the header alone.
-  if (Excel_DB_ArayyCounter > 0) file.Write((Output_ch == 1 ? csv_DB1 : csv_DB2).View());
+  const bool rowsKept = Excel_DB_ArayyCounter > 0;
+  if (rowsKept) file.Write((Output_ch == 1 ? csv_DB1 : csv_DB2).View());
   file.Close();
-  ++filesWritten_;
+  taken.Written();
+  FileWritten(Output_ch, name, rowsKept);
   csv_DB_Initialize(Output_ch, USB_Probe, USB_IO, device);
 }
 

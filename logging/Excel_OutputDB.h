@@ -8,6 +8,7 @@
 #include "devices/USB_IO_IF.h"
 #include "logging/StringBuilder.h"
 #include "logging/log_environment.h"
+#include "logging/log_names.h"
 #include "spreadsheet/ExcelApplication.h"
 #include "spreadsheet/compact_cell_table.h"
 #include "state/ELM327_Info.h"
@@ -76,8 +77,11 @@ class Excel_OutputDB {
 
   void Get_SubFolder_Name(ELM327_Info& device, std::string& FolderName);
 
-  // Rows and files this writer has made, for a progress display.
+  // Rows and files this writer has made, for a progress display: rows
+  // logged, rows that went into files, rows a csv rollover left out.
   int64_t RowsLogged() const { return rowsLogged_; }
+  int64_t RowsInFiles() const { return rowsInFiles_; }
+  int64_t RowsDiscarded() const { return rowsDiscarded_; }
   int32_t FilesWritten() const { return filesWritten_; }
 
  private:
@@ -101,7 +105,14 @@ class Excel_OutputDB {
   void BeginRow(double now_time);
   void EndRow(StringBuilder& buffer);
 
+  // A file of buffer Output_ch is written: counted, and told.
+  void FileWritten(int32_t Output_ch, const LogFileName& name, bool rowsKept);
+  int64_t& BufferRows(int32_t Output_ch) { return bufferRows_[Output_ch == 1 ? 0 : 1]; }
+
   LogEnvironment environment_;
+  int64_t bufferRows_[2] = {0, 0};  // rows added to each buffer since its last file
+  int64_t rowsInFiles_ = 0;
+  int64_t rowsDiscarded_ = 0;
   CompactCellTable data1_;
   CompactCellTable data2_;
   std::string row_;

@@ -1,4 +1,5 @@
 #pragma once
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -6,13 +7,25 @@
 
 namespace tavelin {
 
+// A log file as it was written.
+struct WrittenLog {
+  std::string path;
+  bool overwrote = false;  // the name search stopped at its limit and wrote over a file
+  int64_t rowsInFile = 0;
+  // Rows of the buffer that a csv file written at a rollover leaves out: it
+  // holds its header alone.
+  int64_t rowsDiscarded = 0;
+};
+
 // What the log writer takes from around it: the local time of a write, one
-// pass of the message pump, and the two folders a log may go to.
+// pass of the message pump, the two folders a log may go to, and whom to
+// tell of each file written.
 struct LogEnvironment {
   std::function<LocalTime()> now;
   std::function<void()> yield;
   std::string programFolder;
   std::string desktopFolder;
+  std::function<void(const WrittenLog&)> logWritten = nullptr;
 };
 
 // The clock and the folders of the machine. It brings no yield: the

@@ -1,6 +1,7 @@
 #include "logging/log_names.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <utility>
 
 #include "platform/file_system.h"
@@ -97,7 +98,7 @@ void GetSubFolderName(ELM327_Info& device, std::string& FolderName,
   FolderName = name + "-" + suffix;
 }
 
-std::string LogFilePath(ELM327_Info& device, const LocalTime& now, std::string& FileName_Date,
+LogFileName LogFilePath(ELM327_Info& device, const LocalTime& now, std::string& FileName_Date,
                         std::string& FileName_No, const std::string& FolderName,
                         const LogEnvironment& environment) {
   std::string number = "001";
@@ -118,15 +119,24 @@ std::string LogFilePath(ELM327_Info& device, const LocalTime& now, std::string& 
     base = JoinPath(base, FolderName);
   }
   const auto pathOf = [&] { return JoinPath(base, "SD" + date + "-" + number + extension); };
-  std::string path = pathOf();
-  while (FileExists(path) && n < kLastNumber) {
+  LogFileName name{pathOf()};
+  bool taken = TakeFileName(name.path);
+  while (!taken && n < kLastNumber) {
     ++n;
     NextNumberText(n, number);
-    path = pathOf();
+    name.path = pathOf();
     Yield(environment);
+    taken = TakeFileName(name.path);
   }
+  name.overwrites = !taken;
   FileName_No = number;
-  return path;
+  return name;
+}
+
+TakenLogName::~TakenLogName() {
+  if (written_ || name_.overwrites) return;
+  std::error_code ignored;
+  std::filesystem::remove(name_.path, ignored);
 }
 
 }  // namespace tavelin

@@ -19,11 +19,35 @@ std::string SubFolderNameOf(const std::string& comment);
 void GetSubFolderName(ELM327_Info& device, std::string& FolderName,
                       const LogEnvironment& environment);
 
-// The path of the next log file: "SD" yymmddhh "-" number extension. The
-// number runs within one clock hour; `FileName_Date` and `FileName_No`
-// carry it from one write of a run to the next.
-std::string LogFilePath(ELM327_Info& device, const LocalTime& now, std::string& FileName_Date,
+// The name of the next log file, taken.
+struct LogFileName {
+  std::string path;
+  // The search stopped at its limit (1000): the file there is written over.
+  bool overwrites = false;
+};
+
+// The next log file: "SD" yymmddhh "-" number extension. The number runs
+// within one clock hour; `FileName_Date` and `FileName_No` carry it from one
+// write of a run to the next. The name is taken as it is found free (made
+// empty, exclusively), so that two programs logging into one folder never
+// share a file; a name taken meanwhile moves the search on.
+LogFileName LogFilePath(ELM327_Info& device, const LocalTime& now, std::string& FileName_Date,
                         std::string& FileName_No, const std::string& FolderName,
                         const LogEnvironment& environment);
+
+// A taken name given back when its file could not be written: the empty
+// file goes, unless it was there before (a file written over).
+class TakenLogName {
+ public:
+  explicit TakenLogName(const LogFileName& name) : name_(name) {}
+  ~TakenLogName();
+  TakenLogName(const TakenLogName&) = delete;
+  TakenLogName& operator=(const TakenLogName&) = delete;
+  void Written() { written_ = true; }
+
+ private:
+  const LogFileName& name_;
+  bool written_ = false;
+};
 
 }  // namespace tavelin

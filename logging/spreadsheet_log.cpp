@@ -79,6 +79,7 @@ int16_t Excel_OutputDB::StartExcelRow(CompactCellTable& array, double now_time) 
 void Excel_OutputDB::FinishExcelRow() {
   ++Excel_DB_ArayyCounter;
   ++rowsLogged_;
+  ++BufferRows(Excel_DB_ArayyCh);
 }
 
 void Excel_OutputDB::DataInput_for_bit_to_excel(CompactCellTable& array, USB_IO_IF& USB_IO,
@@ -129,8 +130,9 @@ void Excel_OutputDB::WriteBitWorkbook(int32_t Output_ch, USB_IO_IF& USB_IO, ELM3
                                       std::string& FileName_Date, std::string& FileName_No,
                                       const std::string& FolderName) {
   const LocalTime now = environment_.now();
-  const std::string path =
+  const LogFileName name =
       LogFilePath(device, now, FileName_Date, FileName_No, FolderName, environment_);
+  TakenLogName taken(name);
   ExcelApplication& excel = Application();
   Worksheet& sheet = StartWorkbook(excel, device, "E1", "J1", "J1:M1", now);
   sheet.GetRange("A7").Interior().ColorIndex(36);
@@ -158,8 +160,9 @@ void Excel_OutputDB::WriteBitWorkbook(int32_t Output_ch, USB_IO_IF& USB_IO, ELM3
   CompactCellTable& array = Output_ch == 1 ? data1_ : data2_;
   sheet.GetRange(sheet.cells(kFirstDataRow, 1), sheet.cells(kLastDataRow, width)).value(array);
   sheet.cells(kFirstDataRow, 1).AutoFilter(1);  // the bit kind: on the first data row
-  SaveAndEmpty(excel, path, environment_, array);
-  ++filesWritten_;
+  SaveAndEmpty(excel, name.path, environment_, array);
+  taken.Written();
+  FileWritten(Output_ch, name, true);
 }
 
 void Excel_OutputDB::WriteChWorkbook(int32_t Output_ch, KVR_USB_Probe* USB_Probe, USB_IO_IF& USB_IO,
@@ -172,8 +175,9 @@ void Excel_OutputDB::WriteChWorkbook(int32_t Output_ch, KVR_USB_Probe* USB_Probe
     width = USB_Probe->FindDevice * USB_Probe->max_input + 1;
   }
   const LocalTime now = environment_.now();
-  const std::string path =
+  const LogFileName name =
       LogFilePath(device, now, FileName_Date, FileName_No, FolderName, environment_);
+  TakenLogName taken(name);
   ExcelApplication& excel = Application();
   Worksheet& sheet = StartWorkbook(excel, device, "D1", "H1", "H1:I1", now);
 
@@ -205,8 +209,9 @@ void Excel_OutputDB::WriteChWorkbook(int32_t Output_ch, KVR_USB_Probe* USB_Probe
       column += 1;
     }
   }
-  SaveAndEmpty(excel, path, environment_, array);
-  ++filesWritten_;
+  SaveAndEmpty(excel, name.path, environment_, array);
+  taken.Written();
+  FileWritten(Output_ch, name, true);
 }
 
 }  // namespace tavelin

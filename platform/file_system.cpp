@@ -1,5 +1,9 @@
 #include "platform/file_system.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -40,32 +44,59 @@ void DeleteFile(const std::string& path) {
 }
 
 TextStream::TextStream(TextStream&& other) noexcept
-    : path_(std::move(other.path_)), file_(other.file_) {
-  other.file_ = nullptr;
+    : path_(std::move(other.path_)), temporary_(std::move(other.temporary_)), fd_(other.fd_) {
+  other.fd_ = -1;
 }
 
 TextStream::~TextStream() {
-  if (file_ != nullptr) std::fclose(file_);
+  if (fd_ < 0) return;
+  ::close(fd_);
+  ::unlink(temporary_.c_str());
 }
 
 void TextStream::Write(std::string_view bytes) {
-  if (file_ == nullptr) Fail("ファイルは閉じています", path_, EBADF);
-  if (!bytes.empty() && std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) {
-    Fail("ファイルに書き込めません", path_, errno);
+  if (fd_ < 0) Fail("ファイルは閉じています", path_, EBADF);
+  while (!bytes.empty()) {
+    const ssize_t done = ::write(fd_, bytes.data(), bytes.size());
+    if (done < 0 && errno == EINTR) continue;
+    if (done <= 0) Fail("ファイルに書き込めません", path_, done < 0 ? errno : ENOSPC);
+    bytes.remove_prefix(static_cast<std::size_t>(done));
   }
 }
 
 void TextStream::Close() {
-  if (file_ == nullptr) return;
-  std::FILE* file = file_;
-  file_ = nullptr;
-  if (std::fclose(file) != 0) Fail("ファイルに書き込めません", path_, errno);
+  if (fd_ < 0) return;
+  const int fd = fd_;
+  fd_ = -1;
+  const bool closed = ::close(fd) == 0;
+  const int closeError = errno;
+  if (!closed || ::rename(temporary_.c_str(), path_.c_str()) != 0) {
+    const int error = closed ? errno : closeError;
+    ::unlink(temporary_.c_str());
+    Fail("ファイルに書き込めません", path_, error);
+  }
 }
 
 TextStream CreateTextFile(const std::string& path) {
-  std::FILE* file = std::fopen(path.c_str(), "wb");
-  if (file == nullptr) Fail("ファイルを作成できません", path, errno);
-  return TextStream(path, file);
+  static std::atomic<unsigned> counter{0};
+  const fs::path target(path);
+  const std::string temporary =
+      (target.parent_path() / ("." + target.filename().string() + "." + std::to_string(::getpid()) +
+                               "-" + std::to_string(counter++)))
+          .string();
+  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (fd < 0) Fail("ファイルを作成できません", path, errno);
+  return TextStream(path, temporary, fd);
+}
+
+bool TakeFileName(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (fd >= 0) {
+    ::close(fd);
+    return true;
+  }
+  if (errno == EEXIST) return false;
+  Fail("ファイルを作成できません", path, errno);
 }
 
 std::string FolderOfDroppedPath(const std::string& path) {

@@ -1,5 +1,4 @@
 #pragma once
-#include <cstdio>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -19,7 +18,10 @@ void CreateFolder(const std::string& path);
 // Removes a file, also a read-only one. Throws FileError.
 void DeleteFile(const std::string& path);
 
-// A file being written from its start, replacing what was there.
+// A file written whole or not at all: the bytes go to a hidden temporary
+// file in the same folder, and Close() renames it over the path, so that no
+// reader ever sees a file half-written. A stream dropped without Close(), as
+// when a write fails, removes its temporary file and leaves the path as it was.
 class TextStream {
  public:
   TextStream(TextStream&& other) noexcept;
@@ -28,17 +30,25 @@ class TextStream {
 
   // Bytes as they go to disk. Throws FileError.
   void Write(std::string_view bytes);
+  // Puts the file in place. Throws FileError.
   void Close();
 
  private:
   friend TextStream CreateTextFile(const std::string& path);
-  TextStream(std::string path, std::FILE* file) : path_(std::move(path)), file_(file) {}
+  TextStream(std::string path, std::string temporary, int fd)
+      : path_(std::move(path)), temporary_(std::move(temporary)), fd_(fd) {}
   std::string path_;
-  std::FILE* file_;
+  std::string temporary_;
+  int fd_;
 };
 
-// Creates (or empties) the file at `path`. Throws FileError.
+// A stream whose Close() replaces the file at `path`. Throws FileError.
 TextStream CreateTextFile(const std::string& path);
+
+// Makes an empty file at `path` only where none is: the one who makes it
+// has taken the name. False when something is there already; throws
+// FileError when the folder does not take the file.
+bool TakeFileName(const std::string& path);
 
 // The folder a dropped path names: a file gives its folder, a folder
 // itself, a path that does not exist is taken whole. Never with a trailing

@@ -19,7 +19,7 @@ class LogNames : public ::testing::Test {
   }
 
   std::string NextPath() {
-    return LogFilePath(device, bench.now, date, number, folder, environment);
+    return LogFilePath(device, bench.now, date, number, folder, environment).path;
   }
   void Touch(const std::string& path) { CreateTextFile(path).Close(); }
 
@@ -57,6 +57,45 @@ TEST_F(LogNames, PastNinetyNineTheOldNumberStaysInFront) {
   // the file is taken over.
   EXPECT_EQ(NextPath(), base + "099100.csv");
   EXPECT_EQ(bench.yields, 99);
+}
+
+// A name is taken as it is found: two runs logging into one folder in the
+// same hour get two names before either has written a byte.
+TEST_F(LogNames, ANameIsTakenAsItIsFound) {
+  const std::string base = bench.program.Path().string() + "/SD26030214-";
+  std::string otherDate, otherNumber;
+  const LogFileName mine = LogFilePath(device, bench.now, date, number, folder, environment);
+  const LogFileName theirs =
+      LogFilePath(device, bench.now, otherDate, otherNumber, folder, environment);
+  EXPECT_EQ(mine.path, base + "001.csv");
+  EXPECT_EQ(theirs.path, base + "002.csv");
+  EXPECT_TRUE(fs::exists(mine.path) && fs::file_size(mine.path) == 0);
+  EXPECT_FALSE(mine.overwrites || theirs.overwrites);
+  {
+    TakenLogName given(theirs);  // its write failed: the name is free again
+  }
+  EXPECT_FALSE(fs::exists(theirs.path));
+  {
+    TakenLogName kept(mine);
+    kept.Written();
+  }
+  EXPECT_TRUE(fs::exists(mine.path));
+}
+
+// At the limit the search stops and the file there is written over, which
+// the name says.
+TEST_F(LogNames, AtTheLimitTheFileIsWrittenOverAndSaidSo) {
+  const std::string base = bench.program.Path().string() + "/SD26030214-";
+  date = "26030214";
+  number = "099100101";
+  Touch(base + "099100101.csv");
+  const LogFileName name = LogFilePath(device, bench.now, date, number, folder, environment);
+  EXPECT_EQ(name.path, base + "099100101.csv");
+  EXPECT_TRUE(name.overwrites);
+  {
+    TakenLogName kept(name);  // a failed write over an old file leaves it
+  }
+  EXPECT_TRUE(fs::exists(name.path));
 }
 
 TEST_F(LogNames, ExtensionFollowsTheFormat) {
