@@ -16,7 +16,8 @@ extern "C" void OnInterrupt(int) {
   g_interrupted = 1;
 }
 
-// Ctrl+C is the Disconnect button while this lives.
+// A stop request (Ctrl+C, SIGTERM at a shutdown, SIGHUP of a closed terminal
+// or a dropped ssh) is the Disconnect button while this lives.
 class InterruptAsDisconnect {
  public:
   InterruptAsDisconnect() {
@@ -26,10 +27,12 @@ class InterruptAsDisconnect {
     sigemptyset(&action.sa_mask);
     sigaction(SIGINT, &action, &previous_);
     sigaction(SIGTERM, &action, &previousTerm_);
+    sigaction(SIGHUP, &action, &previousHangUp_);
   }
   ~InterruptAsDisconnect() {
     sigaction(SIGINT, &previous_, nullptr);
     sigaction(SIGTERM, &previousTerm_, nullptr);
+    sigaction(SIGHUP, &previousHangUp_, nullptr);
   }
   InterruptAsDisconnect(const InterruptAsDisconnect&) = delete;
   InterruptAsDisconnect& operator=(const InterruptAsDisconnect&) = delete;
@@ -38,6 +41,7 @@ class InterruptAsDisconnect {
  private:
   struct sigaction previous_ {};
   struct sigaction previousTerm_ {};
+  struct sigaction previousHangUp_ {};
 };
 
 }  // namespace
@@ -61,13 +65,21 @@ void ApplyRunOptions(const RunOptions& options, ConsoleSession& session) {
 
 RunSummary RunSampling(
     ConsoleSession& session, SamplingView& view, const RunOptions& options,
-    const std::function<void(double elapsedSeconds, const FormBG& engine)>& onIdle) {
+    const std::function<void(double elapsedSeconds, const FormBG& engine)>& onIdle,
+    const std::function<void(const WrittenLog&)>& onLogWritten) {
   const Kvr100EntryPoints& clock = session.libraries.kvr100.api;
   PolledEventLoop loop(clock.kv_timeGetTime);
   PolledTimer timerBackView(loop, kSamplingTimerIntervalMs);
   PolledTimer timerUsbProbe(loop, kSamplingTimerIntervalMs);
-  FormBG engine(clock, loop, timerBackView, timerUsbProbe,
-                SystemLogEnvironment(session.writableFolder));
+  LogEnvironment environment = SystemLogEnvironment(session.writableFolder);
+  if (onLogWritten) {
+    environment.logWritten = [system = environment.logWritten,
+                              onLogWritten](const WrittenLog& log) {
+      system(log);
+      onLogWritten(log);
+    };
+  }
+  FormBG engine(clock, loop, timerBackView, timerUsbProbe, std::move(environment));
   timerBackView.OnTimer([&] { engine.TimerBackView_Timer(); });
   timerUsbProbe.OnTimer([&] { engine.TimerUSB_Probe_Timer(); });
   engine.device = &session.device;
@@ -99,6 +111,7 @@ RunSummary RunSampling(
     view.objExcel.reset();
   }
   return {(clock.kv_timeGetTime() - connectedAt) / 1000.0, engine.Excel_DB.RowsLogged(),
+          engine.Excel_DB.RowsInFiles(), engine.Excel_DB.RowsDiscarded(),
           engine.Excel_DB.FilesWritten()};
 }
 

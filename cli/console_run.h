@@ -13,13 +13,17 @@ namespace tavelin::cli {
 // pass inside the pump, with the seconds since Connect.
 struct RunSummary {
   double seconds = 0.0;
-  int64_t rows = 0;
+  int64_t rows = 0;           // rows logged
+  int64_t rowsInFiles = 0;    // of them, rows written into files
+  int64_t rowsDiscarded = 0;  // rows a csv rollover left out, as it must
   int32_t files = 0;
 };
 
+// `onLogWritten` hears of every log file the run writes.
 RunSummary RunSampling(
     ConsoleSession& session, SamplingView& view, const RunOptions& options,
-    const std::function<void(double elapsedSeconds, const FormBG& engine)>& onIdle);
+    const std::function<void(double elapsedSeconds, const FormBG& engine)>& onIdle,
+    const std::function<void(const WrittenLog&)>& onLogWritten = nullptr);
 
 // The settings a run takes from the options over the stored ones.
 void ApplyRunOptions(const RunOptions& options, ConsoleSession& session);

@@ -16,22 +16,22 @@ namespace {
 
 constexpr double kProgressSeconds = 0.2;
 
-// The folder the first log file will go to must take a file: better said
-// before a long run than after it.
-void CheckLogFolder(ConsoleSession& session) {
-  const std::string base =
-      LogBaseFolder(session.device, SystemLogEnvironment(session.writableFolder));
-  const std::string probe = JoinPath(base, ".tavelin-write-test-" + std::to_string(getpid()));
-  TextStream file = CreateTextFile(probe);
-  file.Close();
-  DeleteFile(probe);
-}
-
 std::string Progress(double elapsed, int64_t rows, int32_t files) {
   char line[128];
   std::snprintf(line, sizeof line, "\r経過 %.1f 秒   記録 %lld 行   ファイル %d   ", elapsed,
                 static_cast<long long>(rows), files);
   return line;
+}
+
+// Rows logged, in files, and left out: a csv file written at a rollover
+// holds its header alone, as the log format requires.
+std::string Counts(const RunSummary& summary) {
+  std::string text = "ファイルに書いた行 " + std::to_string(summary.rowsInFiles);
+  if (summary.rowsDiscarded > 0) {
+    text += "、csv の切り替えで捨てた行 " + std::to_string(summary.rowsDiscarded) +
+            " (20,001 行を超える記録には .xls 形式を使ってください)";
+  }
+  return text + "\n";
 }
 
 }  // namespace
@@ -49,10 +49,10 @@ int RunRecord(const RunOptions& options, const std::string& programFolder) {
     std::cerr << "tavelin-cli record: " << kCommentNeededMessage << "\n";
     return 2;
   }
-  try {
-    CheckLogFolder(*session);
-  } catch (const FileError& failure) {
-    std::cerr << "tavelin-cli record: " << failure.what() << "\n";
+  // Better said before a long run than after it.
+  if (const auto refusal =
+          LogFolderRefusal(session->device, SystemLogEnvironment(session->writableFolder))) {
+    std::cerr << "tavelin-cli record: " << *refusal << "\n";
     return 1;
   }
 
@@ -60,15 +60,20 @@ int RunRecord(const RunOptions& options, const std::string& programFolder) {
   const bool terminal = isatty(STDERR_FILENO) != 0;
   double shownAt = -kProgressSeconds;
   try {
-    const RunSummary summary =
-        RunSampling(*session, view, options, [&](double elapsed, const FormBG& engine) {
+    const RunSummary summary = RunSampling(
+        *session, view, options,
+        [&](double elapsed, const FormBG& engine) {
           if (!terminal || elapsed - shownAt < kProgressSeconds) return;
           shownAt = elapsed;
           std::cerr << Progress(elapsed, engine.Excel_DB.RowsLogged(),
                                 engine.Excel_DB.FilesWritten())
                     << std::flush;
+        },
+        [&](const WrittenLog& log) {
+          if (terminal) std::cerr << "\r\x1b[K";
+          std::cout << log.path << "\n" << std::flush;
         });
-    std::cerr << Progress(summary.seconds, summary.rows, summary.files) << "\n";
+    std::cerr << Progress(summary.seconds, summary.rows, summary.files) << "\n" << Counts(summary);
   } catch (const FileError& failure) {
     std::cerr << "\ntavelin-cli record: " << failure.what() << "\n";
     return 1;

@@ -354,4 +354,8 @@ void Excel_OutputDB::Get_SubFolder_Name(ELM327_Info& device, std::string& Folder
   GetSubFolderName(device, FolderName, environment_);
 }
 
+std::optional<std::string> Excel_OutputDB::LogFolderRefusal(ELM327_Info& device) const {
+  return tavelin::LogFolderRefusal(device, environment_);
+}
+
 }  // namespace tavelin

@@ -77,6 +77,9 @@ class Excel_OutputDB {
 
   void Get_SubFolder_Name(ELM327_Info& device, std::string& FolderName);
 
+  // Why the folder of the next log would take no file, or nothing.
+  std::optional<std::string> LogFolderRefusal(ELM327_Info& device) const;
+
   // Rows and files this writer has made, for a progress display: rows
   // logged, rows that went into files, rows a csv rollover left out.
   int64_t RowsLogged() const { return rowsLogged_; }

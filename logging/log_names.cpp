@@ -1,7 +1,10 @@
 #include "logging/log_names.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
+#include <iostream>
 #include <utility>
 
 #include "platform/file_system.h"
@@ -39,10 +42,25 @@ int LeadingNumber(const std::string& text) {
   return static_cast<int>(value);
 }
 
+// The desktop, made when it does not exist (usual on a machine without a
+// desktop session).
+std::string Desktop(const LogEnvironment& environment) {
+  std::error_code ignored;
+  if (!environment.desktopFolder.empty()) {
+    std::filesystem::create_directories(environment.desktopFolder, ignored);
+  }
+  return environment.desktopFolder;
+}
+
 }  // namespace
 
 LogEnvironment SystemLogEnvironment(const std::string& programFolder) {
-  return {NowLocal, nullptr, programFolder, DesktopFolder()};
+  return {NowLocal, nullptr, programFolder, DesktopFolder(), [](const WrittenLog& log) {
+            if (log.overwrote) {
+              std::cerr << "tavelin: the 1000th log name of the hour is in use: " << log.path
+                        << " was written over\n";
+            }
+          }};
 }
 
 void Yield(const LogEnvironment& environment) {
@@ -54,14 +72,26 @@ std::string LogBaseFolder(ELM327_Info& device, const LogEnvironment& environment
     case 0:
       return environment.programFolder;
     case 1:
-      return environment.desktopFolder;
+      return Desktop(environment);
     case 2:
       if (device.t_LogSaveFilePath.empty() || !FolderExists(device.t_LogSaveFilePath)) {
-        device.t_LogSaveFilePath = environment.desktopFolder;  // stays so, and is saved
+        device.t_LogSaveFilePath = Desktop(environment);  // stays so, and is saved
       }
       return device.t_LogSaveFilePath;
     default:
       return {};
+  }
+}
+
+std::optional<std::string> LogFolderRefusal(ELM327_Info& device,
+                                            const LogEnvironment& environment) {
+  const std::string probe =
+      JoinPath(LogBaseFolder(device, environment), ".tavelin-write-test-" + DecimalText(getpid()));
+  try {
+    if (TakeFileName(probe)) DeleteFile(probe);
+    return std::nullopt;
+  } catch (const FileError& refused) {
+    return std::string(refused.what());
   }
 }
 

@@ -1,4 +1,5 @@
 #pragma once
+#include <optional>
 #include <string>
 
 #include "logging/log_environment.h"
@@ -8,7 +9,13 @@ namespace tavelin {
 
 // The folder logs go to by t_LogSaveFilePath_mode. Mode 2 with an empty or
 // missing folder falls back to the desktop and stores it in the setting.
+// The desktop is made where it does not exist.
 std::string LogBaseFolder(ELM327_Info& device, const LogEnvironment& environment);
+
+// Why the folder the run's logs go to would take no file (a file made and
+// removed again to see), or nothing when it takes one. Asked before a run,
+// so that a long run does not learn it only at its end.
+std::optional<std::string> LogFolderRefusal(ELM327_Info& device, const LogEnvironment& environment);
 
 // The comment as a folder name: line breaks dropped, characters a file name
 // cannot hold replaced by their full-width forms.

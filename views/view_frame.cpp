@@ -261,6 +261,17 @@ void ViewFrame::Pic_Connect_Click() {
     return;  // Refused: only Disconnect leads out
   }
   device->t_LogComment = comment;
+  if (device->t_LogSave_Enable == 1) {
+    // A run that logs into a folder that takes no file would lose its rows
+    // at Disconnect: better said now.
+    if (const auto refusal = host_.TheFormBG().Excel_DB.LogFolderRefusal(*device)) {
+      host_.Boxes().Critical(this, Q(device->Application_title),
+                             QStringLiteral("ログファイルを保存できません。\n") + Q(*refusal) +
+                                 QStringLiteral("\n「共通設定」で保存先を確かめてください。"));
+      BackToReady();
+      return;
+    }
+  }
   if (LogsToWorkbook(*device)) objExcel = OpenExcelForRun();
   TB_Status_Box->setText(QStringLiteral("通信初期処理中"));
   TB_Status_Box->repaint();
@@ -271,17 +282,11 @@ void ViewFrame::Pic_Connect_Click() {
 }
 
 void ViewFrame::Pic_Disconnect_Click() {
-  const ButtonPictures& pictures = TheButtonPictures();
   RxFlag = 0;  // this alone stops the run
-  Pic_Disconnect->setEnabled(false);
-  Pic_Disconnect->SetPicture(pictures.Pic_bt_OFF_D);
   if (design_.ledClearAtConnect != FrameDesign::LedClear::None) ClearBitLEDs();
   TB_Status_Box->setText(QString());
   TB_Status_Box->repaint();
-  Pic_Connect->setEnabled(true);
-  Pic_Connect->SetPicture(pictures.Pic_bt_On_E);
-  SetMenusEnabled(true);
-  SetCommentLook(false);
+  BackToReady();
   if (LogsToWorkbook(*device)) {
     // No test for an empty objExcel: after a refused connect this fails.
     if (!objExcel) {
@@ -290,6 +295,16 @@ void ViewFrame::Pic_Disconnect_Click() {
     CloseExcelAfterRun(*objExcel);
     objExcel.reset();
   }
+}
+
+void ViewFrame::BackToReady() {
+  const ButtonPictures& pictures = TheButtonPictures();
+  Pic_Disconnect->setEnabled(false);
+  Pic_Disconnect->SetPicture(pictures.Pic_bt_OFF_D);
+  Pic_Connect->setEnabled(true);
+  Pic_Connect->SetPicture(pictures.Pic_bt_On_E);
+  SetMenusEnabled(true);
+  SetCommentLook(false);
 }
 
 void ViewFrame::menu_opt_search_Click() {

@@ -104,6 +104,8 @@ class ViewFrame : public QMainWindow, public SamplingView {
   void SetMenusEnabled(bool enabled);
   void SetCommentLook(bool running);
   void SetConnectByFound();
+  // Back to Ready when a run cannot start after all.
+  void BackToReady();
   int32_t FamilyFound() const;
   bool FamilyTimerEnabled() const;
 

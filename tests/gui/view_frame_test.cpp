@@ -66,6 +66,29 @@ class ViewFrameTest : public QObject {
     QCOMPARE(booted->form1->TheFormBG().State(), RunState::Idle);
   }
 
+  // A logged run into a folder that takes no file does not start: the box
+  // says why, and the view is Ready again.
+  void aLogFolderThatTakesNoFileStopsConnect() {
+    ProgramFolder folder;
+    SaveSettings(folder, 1, [](ELM327_Info& device) {
+      device.t_LogSave_Enable = 1;
+      device.t_LogSaveFormat = 2;
+      device.t_LogSaveFilePath_mode = 2;
+      device.t_LogSaveFilePath = "/proc/self";
+    });
+    Simulation simulation("usbio 0 prepared constant 1\n");
+    const auto booted = Boot(folder);
+    ViewFrame& view = *booted->form1->ShownView();
+    view.Pic_Connect_Click();
+    QCOMPARE(booted->boxes.criticals.size(), 1);
+    QVERIFY(
+        booted->boxes.criticals[0].startsWith(QStringLiteral("ログファイルを保存できません。\n")));
+    QVERIFY(booted->boxes.criticals[0].contains(QStringLiteral("/proc/self/")));
+    QCOMPARE(view.RxFlag, 0);
+    QCOMPARE(StateOf(view), FrameState::Ready);
+    QCOMPARE(booted->form1->TheFormBG().State(), RunState::Idle);
+  }
+
   void anEmptyCommentWithSubFoldersOnIsRefused() {
     for (const QString& comment : {QString(), QStringLiteral("   ")}) {
       ProgramFolder folder;

@@ -98,6 +98,22 @@ TEST_F(LogNames, AtTheLimitTheFileIsWrittenOverAndSaidSo) {
   EXPECT_TRUE(fs::exists(name.path));
 }
 
+// The desktop the logs fall back to is made where it does not exist, and
+// a folder that takes no file is said before a run.
+TEST_F(LogNames, TheDesktopIsMadeAndAFolderThatTakesNoFileIsSaid) {
+  environment.desktopFolder = (bench.desktop.Path() / "Desktop").string();
+  device.t_LogSaveFilePath_mode = 2;
+  device.t_LogSaveFilePath = (bench.program.Path() / "gone").string();
+  EXPECT_EQ(LogFolderRefusal(device, environment), std::nullopt);
+  EXPECT_TRUE(fs::is_directory(environment.desktopFolder));
+  EXPECT_EQ(device.t_LogSaveFilePath, environment.desktopFolder);
+  EXPECT_TRUE(fs::is_empty(environment.desktopFolder));  // the test file is gone again
+  device.t_LogSaveFilePath = "/proc/self";
+  const auto refusal = LogFolderRefusal(device, environment);
+  ASSERT_TRUE(refusal.has_value());
+  EXPECT_NE(refusal->find("/proc/self/"), std::string::npos) << *refusal;
+}
+
 TEST_F(LogNames, ExtensionFollowsTheFormat) {
   device.t_LogSaveFormat = 1;
   EXPECT_EQ(fs::path(NextPath()).extension(), ".xls");
