@@ -36,4 +36,12 @@ std::string DesktopFolder() {
   return fromUserDirs.empty() ? std::string(home) + "/Desktop" : fromUserDirs;
 }
 
+std::string JournalFolder() {
+  const char* state = std::getenv("XDG_STATE_HOME");
+  if (state != nullptr && state[0] == '/') return std::string(state) + "/tavelin/journal";
+  const char* home = std::getenv("HOME");
+  if (home == nullptr || home[0] != '/') return {};
+  return std::string(home) + "/.local/state/tavelin/journal";
+}
+
 }  // namespace tavelin

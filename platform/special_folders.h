@@ -7,4 +7,9 @@ namespace tavelin {
 // else ~/Desktop; empty when there is no home.
 std::string DesktopFolder();
 
+// Where the journals of logged runs are kept: $XDG_STATE_HOME/tavelin/journal,
+// by default ~/.local/state/tavelin/journal, a writable place whatever the
+// log folder is. Made on first use by the journal; empty without a home.
+std::string JournalFolder();
+
 }  // namespace tavelin

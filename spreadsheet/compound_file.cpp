@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <stdexcept>
 
-#include "spreadsheet/little_endian.h"
+#include "platform/little_endian.h"
 
 namespace tavelin {
 namespace {

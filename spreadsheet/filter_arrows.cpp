@@ -4,7 +4,7 @@
 #include <initializer_list>
 #include <utility>
 
-#include "spreadsheet/little_endian.h"
+#include "platform/little_endian.h"
 
 namespace tavelin {
 namespace {

@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "platform/file_system.h"
+#include "platform/little_endian.h"
 #include "platform/number_text.h"
 #include "platform/utf8.h"
 #include "spreadsheet/compound_file.h"
 #include "spreadsheet/filter_arrows.h"
-#include "spreadsheet/little_endian.h"
 
 namespace tavelin {
 namespace {

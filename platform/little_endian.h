@@ -7,7 +7,7 @@
 namespace tavelin::le {
 
 // Little-endian fields appended to, or patched into, a byte string: the
-// byte order of both the workbook stream and its container.
+// byte order of the workbook files and of the run journal.
 inline void U8(std::string& out, uint8_t v) {
   out += static_cast<char>(v);
 }
