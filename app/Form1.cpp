@@ -10,7 +10,9 @@
 #include "dialogs/FormOption1.h"
 #include "dialogs/FormOptionAN.h"
 #include "dialogs/FormVersion.h"
+#include "logging/journal_recovery.h"
 #include "logging/log_environment.h"
+#include "platform/special_folders.h"
 #include "settings/FileSaveSystem.h"
 #include "spreadsheet/excel_check.h"
 #include "views/channel_views.h"
@@ -91,9 +93,47 @@ bool Form1::BootRoutine() {
   IgnoringErrors([&] { USB_Probe.openDevice(); });
   PumpWithProgress(90);
   form2_->hide();
+  OfferRecovery();
   IgnoringErrors([&] { CheckExcelInstalled(device); });
   OpenFirstView();
   return true;
+}
+
+// Runs that did not end (a crash, a kill, a power cut) left journals: their
+// logs can be written now, where their settings say.
+void Form1::OfferRecovery() {
+  const auto leftovers = LeftoverJournals(JournalFolder());
+  if (leftovers.empty()) return;
+  int64_t rows = 0;
+  for (const LeftoverJournal& journal : leftovers) rows += journal.rows;
+  const QString title = Q(device.Application_title);
+  if (!Boxes().Ask(
+          nullptr, title,
+          QStringLiteral("前回の記録が途中で終わっています (%1 件、ファイルにない行 %2 行)。\n"
+                         "ログファイルに書き出しますか？")
+              .arg(leftovers.size())
+              .arg(rows),
+          QStringLiteral("書き出す"), QStringLiteral("そのままにする"))) {
+    return;
+  }
+  QStringList written, failed;
+  for (const LeftoverJournal& journal : leftovers) {
+    try {
+      const Recovery recovery =
+          RecoverJournal(journal.path, SystemLogEnvironment(environment_.writableFolder), {});
+      for (const std::string& file : recovery.files) written << Q(file);
+      if (!recovery.damage.empty()) failed << Q(journal.path + ": " + recovery.damage);
+    } catch (const std::exception& failure) {
+      failed << Q(failure.what());
+    }
+  }
+  QString text = written.isEmpty() ? QStringLiteral("書き出す行はありませんでした。")
+                                   : QStringLiteral("ログファイルを書き出しました:\n") +
+                                         written.join(QLatin1Char('\n'));
+  if (!failed.isEmpty()) {
+    text += QStringLiteral("\n\n読めなかった部分:\n") + failed.join(QLatin1Char('\n'));
+  }
+  Boxes().Information(nullptr, title, text);
 }
 
 void Form1::PumpWithProgress(int percent) {

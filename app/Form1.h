@@ -93,6 +93,7 @@ class Form1 final : public ViewHost {
 
  private:
   void PumpWithProgress(int percent);
+  void OfferRecovery();
   void Form_QueryUnload();
 
   BootEnvironment environment_;

@@ -81,6 +81,15 @@ CommandLine ParseCommandLine(const std::vector<std::string>& words) {
       ->check(CLI::Range(1, 4))
       ->excludes(reset);
 
+  CLI::App* recover = app.add_subcommand(
+      "recover",
+      "write the logs of runs that did not end (a crash, a kill, a power cut) from their "
+      "journals, where their settings say or into --folder");
+  recover->add_option("--folder", line.recover.folder, "write the logs into DIR (it must exist)")
+      ->check(kUtf8Text)
+      ->type_name("DIR");
+  recover->add_flag("--list", line.recover.list, "only list the journals left behind");
+
   const auto known = [&](const std::string& name) {
     for (const CLI::App* command : app.get_subcommands({})) {
       if (command->get_name() == name) return true;
@@ -102,7 +111,7 @@ CommandLine ParseCommandLine(const std::vector<std::string>& words) {
     line.output = status == 0 ? out.str() : err.str();
     return line;
   }
-  for (CLI::App* command : {monitor, record, settings}) {
+  for (CLI::App* command : {monitor, record, settings, recover}) {
     if (command->parsed()) line.command = command->get_name();
   }
   return line;

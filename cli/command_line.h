@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/recover_command.h"
 #include "cli/run_options.h"
 
 namespace tavelin::cli {
@@ -15,9 +16,10 @@ struct SettingsOptions {
 // The command line, read once: what to run and with which options. Text
 // that goes into settings or logs is valid UTF-8 by the time it is here.
 struct CommandLine {
-  std::string command;  // monitor, record, settings
+  std::string command;  // monitor, record, settings, recover
   RunOptions run;
   SettingsOptions settings;
+  RecoverOptions recover;
   // Set when reading the line ended the program: 0 after --help, 2 after a
   // mistake; `output` is then what to print (stdout for 0, stderr for 2).
   std::optional<int> exitStatus;

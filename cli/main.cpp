@@ -6,6 +6,7 @@
 #include "cli/command_line.h"
 #include "cli/monitor_command.h"
 #include "cli/record_command.h"
+#include "cli/recover_command.h"
 #include "cli/settings_command.h"
 #include "platform/program_folder.h"
 
@@ -20,6 +21,7 @@ int main(int argc, char** argv) {
   try {
     if (line.command == "monitor") return RunMonitor(line.run, folder);
     if (line.command == "record") return RunRecord(line.run, folder);
+    if (line.command == "recover") return RunRecover(line.recover, folder);
     return RunSettings(line.settings, folder);
   } catch (const std::exception& error) {
     std::cerr << "tavelin-cli: " << error.what() << "\n";

@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "cli/console_run.h"
+#include "cli/recover_command.h"
 #include "cli/terminal_view.h"
 #include "logging/log_names.h"
 #include "platform/file_system.h"
@@ -39,6 +40,7 @@ std::string Counts(const RunSummary& summary) {
 int RunRecord(const RunOptions& options, const std::string& programFolder) {
   auto session = BootConsole(programFolder, std::cerr);
   if (!session) return 1;
+  std::cerr << LeftoverNotice();
   if (options.folder && !FolderExists(*options.folder)) {
     std::cerr << "tavelin-cli record: --folder: no such folder: " << *options.folder << "\n";
     return 2;

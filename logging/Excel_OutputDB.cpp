@@ -226,6 +226,7 @@ void Excel_OutputDB::WriteTextLog(int32_t Output_ch, KVR_USB_Probe* USB_Probe, U
   const LogFileName name =
       LogFilePath(device, now, FileName_Date, FileName_No, FolderName, environment_);
   TakenLogName taken(name);
+  if (environment_.nameTaken) environment_.nameTaken(name.path);
   TextStream file = CreateTextFile(name.path);
   file.Write(ToCodePage(csv_Header_Top + DateTimeText(now) + csv_Header_Bottom));
   // Checked on the counter, not the buffer: a file written at a rollover
@@ -352,6 +353,18 @@ void Excel_OutputDB::csv_DB_Initialize_for_AN(int32_t cmd_ch, KVR_USB_Probe& USB
 
 void Excel_OutputDB::Get_SubFolder_Name(ELM327_Info& device, std::string& FolderName) {
   GetSubFolderName(device, FolderName, environment_);
+}
+
+void Excel_OutputDB::RollOverWhenFull(const std::function<void(int32_t Output_ch)>& writeFile) {
+  if (Excel_DB_ArayyCounter <= Excel_DB_ArayyCounter_MAX) return;
+  Excel_DB_ArayyCounter = 0;
+  if (Excel_DB_ArayyCh == 1) {
+    writeFile(1);
+    Excel_DB_ArayyCh = 2;
+  } else {
+    writeFile(2);
+    Excel_DB_ArayyCh = 1;
+  }
 }
 
 std::optional<std::string> Excel_OutputDB::LogFolderRefusal(ELM327_Info& device) const {

@@ -1,6 +1,8 @@
 #pragma once
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -79,6 +81,13 @@ class Excel_OutputDB {
 
   // Why the folder of the next log would take no file, or nothing.
   std::optional<std::string> LogFolderRefusal(ELM327_Info& device) const;
+
+  // After a row: a full buffer goes to a file of its own (`writeFile` with
+  // its Output_ch) and the other buffer takes over. The counter goes to 0
+  // first, so a csv file written here holds its header alone.
+  void RollOverWhenFull(const std::function<void(int32_t Output_ch)>& writeFile);
+
+  const LogEnvironment& Environment() const { return environment_; }
 
   // Rows and files this writer has made, for a progress display: rows
   // logged, rows that went into files, rows a csv rollover left out.

@@ -26,10 +26,15 @@ struct LogEnvironment {
   std::string programFolder;
   std::string desktopFolder;
   std::function<void(const WrittenLog&)> logWritten = nullptr;
+  // Told of a log file's name as it is taken, before its write.
+  std::function<void(const std::string& path)> nameTaken = nullptr;
+  // Where a logged run keeps its journal; none when empty.
+  std::string journalFolder = {};
 };
 
-// The clock and the folders of the machine. It brings no yield: the
-// sampling engine gives the log its own message pump.
+// The clock and the folders of the machine, journals in
+// $XDG_STATE_HOME/tavelin/journal. It brings no yield: the sampling engine
+// gives the log its own message pump.
 LogEnvironment SystemLogEnvironment(const std::string& programFolder);
 
 // One pass of the environment's message pump, where it has one.

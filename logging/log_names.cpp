@@ -55,12 +55,15 @@ std::string Desktop(const LogEnvironment& environment) {
 }  // namespace
 
 LogEnvironment SystemLogEnvironment(const std::string& programFolder) {
-  return {NowLocal, nullptr, programFolder, DesktopFolder(), [](const WrittenLog& log) {
-            if (log.overwrote) {
-              std::cerr << "tavelin: the 1000th log name of the hour is in use: " << log.path
-                        << " was written over\n";
-            }
-          }};
+  LogEnvironment environment{NowLocal, nullptr, programFolder, DesktopFolder()};
+  environment.logWritten = [](const WrittenLog& log) {
+    if (log.overwrote) {
+      std::cerr << "tavelin: the 1000th log name of the hour is in use: " << log.path
+                << " was written over\n";
+    }
+  };
+  environment.journalFolder = JournalFolder();
+  return environment;
 }
 
 void Yield(const LogEnvironment& environment) {

@@ -1,5 +1,6 @@
 #include "sampling/FormBG.h"
 
+#include <iostream>
 #include <stdexcept>
 
 #include "platform/number_text.h"
@@ -85,8 +86,19 @@ void UpdateAnalysis(double value, double& maximum, double& minimum, double& aver
 
 namespace {
 
-LogEnvironment WithYield(LogEnvironment environment, MessagePump& pump) {
+// The engine's pump where the environment brings no yield, and each file
+// written noted in the run's journal.
+LogEnvironment ForTheRun(LogEnvironment environment, MessagePump& pump,
+                         std::unique_ptr<RunJournal>& journal) {
   if (!environment.yield) environment.yield = [&pump] { pump.DoEvents(); };
+  environment.logWritten = [told = environment.logWritten, &journal](const WrittenLog& log) {
+    if (journal) journal->NoteFile(log);
+    if (told) told(log);
+  };
+  environment.nameTaken = [told = environment.nameTaken, &journal](const std::string& path) {
+    if (journal) journal->NoteName(path);
+    if (told) told(path);
+  };
   return environment;
 }
 
@@ -94,7 +106,7 @@ LogEnvironment WithYield(LogEnvironment environment, MessagePump& pump) {
 
 FormBG::FormBG(const Kvr100EntryPoints& kvr100, MessagePump& pump, SamplingTimer& timerBackView,
                SamplingTimer& timerUsbProbe, LogEnvironment logEnvironment)
-    : Excel_DB(WithYield(std::move(logEnvironment), pump)),
+    : Excel_DB(ForTheRun(std::move(logEnvironment), pump, journal_)),
       kvr100_(kvr100),
       pump_(pump),
       TimerBackView(timerBackView),
@@ -159,11 +171,17 @@ void FormBG::AnalogSamplingLoop() {
 
 void FormBG::SamplingLoop(Side side) {
   ScopeFlag looping(inLoop_);
-  while (View().RxFlag == 1) {
-    const double now = kvr100_.kv_timeGetTime();
-    ReadDevices(side);
-    if (Device().t_LogSave_Enable == 1) LogStep(now, side);
-    pump_.DoEvents();
+  try {
+    while (View().RxFlag == 1) {
+      const double now = kvr100_.kv_timeGetTime();
+      ReadDevices(side);
+      if (Device().t_LogSave_Enable == 1) LogStep(now, side);
+      if (journal_) journal_->Flush(now);
+      pump_.DoEvents();
+    }
+  } catch (...) {
+    journal_.reset();  // what the run has logged stays in its journal, synced now
+    throw;
   }
   WriteLastLogFile();
 }
@@ -189,6 +207,18 @@ void FormBG::PrepareRunLog() {
   // Also with logging off: the folder and the header are made all the same.
   if (Device().t_LogSave_subFolder == 1) Excel_DB.Get_SubFolder_Name(Device(), FolderName);
   Excel_DB.csv_DB_Initialize(0, USB_Probe, UsbIo(), Device());
+  journal_.reset();  // a journal left by a run that failed stays on disk
+  if (Device().t_LogSave_Enable == 1) StartJournal();
+}
+
+void FormBG::StartJournal() {
+  const LogEnvironment& environment = Excel_DB.Environment();
+  if (environment.journalFolder.empty()) return;
+  std::string why;
+  journal_ = RunJournal::Start(
+      environment.journalFolder,
+      HeadOfRun(Device(), UsbIo(), USB_Probe, FolderName, environment.programFolder), why);
+  if (!journal_) std::cerr << "tavelin: the run has no journal: " << why << "\n";
 }
 
 void FormBG::LogStep(double now, Side side) {
@@ -200,22 +230,25 @@ void FormBG::LogStep(double now, Side side) {
   } else {
     Excel_DB.Excel_AN_DataInput(UsbProbe(), UsbIo(), Device(), now_time);
   }
-  if (Excel_DB.Excel_DB_ArayyCounter > Excel_DB.Excel_DB_ArayyCounter_MAX) {
-    // The counter goes to 0 before the write, so this file holds the header alone.
-    Excel_DB.Excel_DB_ArayyCounter = 0;
-    if (Excel_DB.Excel_DB_ArayyCh == 1) {
-      WriteLogFile(1);
-      Excel_DB.Excel_DB_ArayyCh = 2;
-    } else {
-      WriteLogFile(2);
-      Excel_DB.Excel_DB_ArayyCh = 1;
-    }
+  if (journal_) {
+    PackRow(journal_->Head(), UsbIo(), USB_Probe, journalRow_);
+    journal_->AddRow(now_time, journalRow_);
   }
+  Excel_DB.RollOverWhenFull([this](int32_t Output_ch) { WriteLogFile(Output_ch); });
 }
 
 void FormBG::WriteLastLogFile() {
-  if (Device().t_LogSave_Enable != 1) return;
-  WriteLogFile(Excel_DB.Excel_DB_ArayyCh == 1 ? 1 : 2);
+  if (Device().t_LogSave_Enable == 1) {
+    try {
+      WriteLogFile(Excel_DB.Excel_DB_ArayyCh == 1 ? 1 : 2);
+    } catch (...) {
+      journal_.reset();
+      throw;
+    }
+  }
+  // The run ended as it should: nothing to recover.
+  if (journal_) journal_->Finish();
+  journal_.reset();
 }
 
 void FormBG::WriteLogFile(int32_t Output_ch) {

@@ -7,6 +7,7 @@
 #include "devices/device_libraries.h"
 #include "logging/Excel_OutputDB.h"
 #include "logging/log_environment.h"
+#include "logging/run_journal.h"
 #include "sampling/event_pump.h"
 #include "sampling/sampling_view.h"
 #include "state/ELM327_Info.h"
@@ -80,6 +81,7 @@ class FormBG {
   void ShowPinValues();
 
   void PrepareRunLog();
+  void StartJournal();
   void LogStep(double now, Side side);
   void WriteLastLogFile();
   void WriteLogFile(int32_t Output_ch);
@@ -95,6 +97,9 @@ class FormBG {
   SamplingTimer& TimerUSB_Probe;
   bool inStartTimer_ = false;
   bool inLoop_ = false;
+  // The journal of a logged run: what a crash would otherwise lose.
+  std::unique_ptr<RunJournal> journal_;
+  std::string journalRow_;
 };
 
 }  // namespace tavelin

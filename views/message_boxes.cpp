@@ -2,6 +2,7 @@
 
 #include <QFontMetrics>
 #include <QGridLayout>
+#include <QPushButton>
 #include <QSpacerItem>
 
 namespace tavelin {
@@ -37,6 +38,20 @@ bool QtMessageBoxes::OkCancel(QWidget* parent, const QString& title, const QStri
                               QMessageBox::Icon icon) {
   return MakeMessageBox(parent, icon, title, text, QMessageBox::Ok | QMessageBox::Cancel)->exec() ==
          QMessageBox::Ok;
+}
+
+bool QtMessageBoxes::Ask(QWidget* parent, const QString& title, const QString& text,
+                         const QString& yes, const QString& no) {
+  auto box = MakeMessageBox(parent, QMessageBox::Question, title, text, QMessageBox::NoButton);
+  QPushButton* first = box->addButton(yes, QMessageBox::AcceptRole);
+  box->addButton(no, QMessageBox::RejectRole);
+  box->setDefaultButton(first);
+  box->exec();
+  return box->clickedButton() == first;
+}
+
+void QtMessageBoxes::Information(QWidget* parent, const QString& title, const QString& text) {
+  MakeMessageBox(parent, QMessageBox::Information, title, text, QMessageBox::Ok)->exec();
 }
 
 }  // namespace tavelin

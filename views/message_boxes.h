@@ -15,6 +15,11 @@ class MessageBoxes {
   // OK and Cancel; true for OK.
   virtual bool OkCancel(QWidget* parent, const QString& title, const QString& text,
                         QMessageBox::Icon icon) = 0;
+  // A question with two named answers; true for the first.
+  virtual bool Ask(QWidget* parent, const QString& title, const QString& text, const QString& yes,
+                   const QString& no) = 0;
+  // OK only, with the information icon.
+  virtual void Information(QWidget* parent, const QString& title, const QString& text) = 0;
 };
 
 class QtMessageBoxes final : public MessageBoxes {
@@ -23,6 +28,9 @@ class QtMessageBoxes final : public MessageBoxes {
   void Exclamation(QWidget* parent, const QString& title, const QString& text) override;
   bool OkCancel(QWidget* parent, const QString& title, const QString& text,
                 QMessageBox::Icon icon) override;
+  bool Ask(QWidget* parent, const QString& title, const QString& text, const QString& yes,
+           const QString& no) override;
+  void Information(QWidget* parent, const QString& title, const QString& text) override;
 };
 
 // A message box with room for its title: a short text would make the box

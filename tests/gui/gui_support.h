@@ -33,7 +33,12 @@ class RecordingBoxes final : public MessageBoxes {
     questions << text;
     return answer;
   }
-  QStringList titles, criticals, exclamations, questions;
+  bool Ask(QWidget*, const QString&, const QString& text, const QString&, const QString&) override {
+    questions << text;
+    return answer;
+  }
+  void Information(QWidget*, const QString&, const QString& text) override { informations << text; }
+  QStringList titles, criticals, exclamations, questions, informations;
   bool answer = true;
 };
 

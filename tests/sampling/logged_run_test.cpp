@@ -3,7 +3,9 @@
 
 #include <algorithm>
 
+#include "logging/journal_recovery.h"
 #include "logging/log_test_support.h"
+#include "platform/file_system.h"
 #include "support/sampling_run.h"
 
 namespace tavelin {
@@ -168,6 +170,84 @@ TEST_F(LoggedRunOnTheSystem, TheLastFilesWriteYieldsToThePump) {
     Run(1);
     EXPECT_EQ(passes - disconnectAfter, c.yields) << c.name;
     for (const auto& entry : fs::directory_iterator(logFolder.Path())) fs::remove(entry.path());
+  }
+}
+
+// A run whose last file cannot be written (its log folder removed during
+// the run) keeps its rows in its journal; recovered, they make the file a
+// run that ends well makes, for every kind of row.
+class LoggedRunWithJournal : public test::SamplingRun {
+ protected:
+  static LogEnvironment WithJournal(const std::string& folder) {
+    LogEnvironment environment = PlainEnvironment(folder);
+    environment.journalFolder = folder + "-journal";
+    return environment;
+  }
+  LoggedRunWithJournal() : SamplingRun(WithJournal) {
+    device.t_LogSave_Enable = 1;
+    device.t_LogSaveFormat = 2;
+    device.t_LogSampling = 10;
+    for (int16_t c = 0; c < 16; ++c) device.usbio_multiply(c) = 0.25;
+  }
+  std::string JournalFolder() const { return logFolder.Path().string() + "-journal"; }
+
+  // Scripted inputs that vary row by row; a new tag plugs in new devices,
+  // so each run reads the same steps from the first.
+  void PlugInBench(const std::string& tag) {
+    std::vector<std::string> bits, probe;
+    for (int step = 0; step < 37; ++step) {
+      bits.push_back(std::to_string(step * 7 % 256));
+      std::string values;
+      for (int input = 0; input < 6; ++input)
+        values += std::to_string((step * 97 + input * 500) % 4096) + " ";
+      probe.push_back(values);
+    }
+    simulation_.Script("bits-" + tag + ".seq", bits);
+    simulation_.Script("probe-" + tag + ".seq", probe);
+    simulation_.Rewrite("usbio 0 prepared script bits-" + tag +
+                        ".seq\nusbio 3 prepared constant 7\n" + "probe 1 script probe-" + tag +
+                        ".seq\n");
+  }
+  test::Simulation simulation_{""};
+};
+
+// Everything after the date line: the rows and the header they follow.
+std::string AfterTheDate(const std::string& log) {
+  return log.substr(log.find("\r\n", log.find("Date:")));
+}
+
+TEST_F(LoggedRunWithJournal, ALostLastFileIsRecoveredAsTheRunWouldHaveWrittenIt) {
+  for (int32_t mode : {1, 3, 4}) {
+    PlugInBench(std::to_string(mode) + "-normal");
+    g_now = 1000.0;
+    passes = 0;
+    passMs = 3;
+    disconnectAfter = 400;
+    Run(mode);
+    ASSERT_TRUE(fs::is_empty(JournalFolder())) << "a run that ended well keeps no journal";
+    const auto written = fs::directory_iterator(logFolder.Path())->path();
+    const std::string normal = AfterTheDate(test::ReadLog(written));
+    EXPECT_GT(std::count(normal.begin(), normal.end(), '\n'), 100) << mode;
+    fs::remove(written);
+
+    PlugInBench(std::to_string(mode) + "-cut");
+    g_now = 1000.0;
+    passes = 0;
+    onPass = [&] {
+      if (passes == 200) fs::remove_all(logFolder.Path());  // the folder goes mid-run
+    };
+    EXPECT_THROW(Run(mode), FileError);
+    onPass = nullptr;
+    fs::create_directories(logFolder.Path());
+    test::LogBench bench;
+    const auto leftovers = LeftoverJournals(JournalFolder());
+    ASSERT_EQ(leftovers.size(), 1u) << mode;
+    const Recovery recovery =
+        RecoverJournal(leftovers[0].path, bench.Environment(), logFolder.Path().string());
+    ASSERT_EQ(recovery.files.size(), 1u) << mode;
+    EXPECT_EQ(AfterTheDate(test::ReadLog(recovery.files[0])), normal) << mode;
+    fs::remove(recovery.files[0]);
+    EXPECT_TRUE(fs::is_empty(JournalFolder()));
   }
 }
 

@@ -1,0 +1,19 @@
+#pragma once
+#include <optional>
+#include <string>
+
+namespace tavelin::cli {
+
+struct RecoverOptions {
+  std::optional<std::string> folder;  // write the logs here instead
+  bool list = false;                  // only say what is there
+};
+
+// tavelin-cli recover: the logs of runs that did not end, written from
+// their journals.
+int RunRecover(const RecoverOptions& options, const std::string& programFolder);
+
+// A line for stderr when runs left journals behind, or empty.
+std::string LeftoverNotice();
+
+}  // namespace tavelin::cli

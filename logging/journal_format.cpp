@@ -1,0 +1,355 @@
+#include "logging/journal_format.h"
+
+#include <bit>
+#include <cstring>
+#include <ctime>
+#include <optional>
+
+#include "platform/crc32.h"
+#include "platform/little_endian.h"
+
+namespace tavelin {
+namespace {
+
+constexpr char kMagic[4] = {'T', 'A', 'V', 'J'};
+constexpr char kRow = 'R';
+constexpr char kMark = 'F';
+constexpr char kTakenName = 'N';
+constexpr uint32_t kLongestText = 1 << 16;
+constexpr uint32_t kLongestMark = 1 << 17;
+constexpr int kChannels = 16;
+constexpr int kProbes = 8;
+
+bool Analog(const JournalHead& head) {
+  return head.viewCh == 4;
+}
+bool Bits(const JournalHead& head) {
+  return head.viewCh == 1 || head.viewCh == 2;
+}
+
+void Text(std::string& out, std::string_view text) {
+  le::U32(out, static_cast<uint32_t>(text.size()));
+  out.append(text);
+}
+
+// Reads fields from a span of bytes; past its end every read fails.
+class Reader {
+ public:
+  explicit Reader(std::string_view bytes) : bytes_(bytes) {}
+  std::size_t Left() const { return bytes_.size() - at_; }
+  std::size_t At() const { return at_; }
+  bool Fits(std::size_t n) const { return Left() >= n; }
+
+  std::optional<std::string_view> Take(std::size_t n) {
+    if (!Fits(n)) return std::nullopt;
+    const std::string_view taken = bytes_.substr(at_, n);
+    at_ += n;
+    return taken;
+  }
+  template <typename T>
+  std::optional<T> Number() {
+    const auto bytes = Take(sizeof(T));
+    if (!bytes) return std::nullopt;
+    std::make_unsigned_t<std::conditional_t<std::is_floating_point_v<T>, int64_t, T>> value = 0;
+    for (std::size_t i = 0; i < sizeof(T); ++i) {
+      value |= static_cast<decltype(value)>(static_cast<uint8_t>((*bytes)[i])) << (8 * i);
+    }
+    if constexpr (std::is_floating_point_v<T>) {
+      return std::bit_cast<double>(value);
+    } else {
+      return static_cast<T>(value);
+    }
+  }
+  std::optional<std::string> Text() {
+    const auto length = Number<uint32_t>();
+    if (!length || *length > kLongestText) return std::nullopt;
+    const auto bytes = Take(*length);
+    if (!bytes) return std::nullopt;
+    return std::string(*bytes);
+  }
+
+ private:
+  std::string_view bytes_;
+  std::size_t at_ = 0;
+};
+
+std::optional<JournalHead> ParseHead(std::string_view bytes) {
+  Reader in(bytes);
+  JournalHead head;
+  const auto viewCh = in.Number<int32_t>();
+  const auto format = in.Number<int32_t>();
+  const auto pathMode = in.Number<int32_t>();
+  auto savePath = in.Text();
+  const auto subFolder = in.Number<int32_t>();
+  auto folderName = in.Text();
+  auto programFolder = in.Text();
+  auto comment = in.Text();
+  auto title = in.Text();
+  auto notice = in.Text();
+  auto homepage = in.Text();
+  const auto start = in.Number<int64_t>();
+  const auto found = in.Number<int32_t>();
+  const auto maxInput = in.Number<int32_t>();
+  const auto count = in.Number<uint16_t>();
+  if (!viewCh || !format || !pathMode || !savePath || !subFolder || !folderName || !programFolder ||
+      !comment || !title || !notice || !homepage || !start || !found || !maxInput || !count) {
+    return std::nullopt;
+  }
+  if (*viewCh < 1 || *viewCh > 4 || *maxInput < 1 || *maxInput > 6) return std::nullopt;
+  const int limit = *viewCh == 4 ? kProbes : kChannels;
+  if (*count > limit || *found < 0 || *found > limit) return std::nullopt;
+  head = {*viewCh,
+          *format,
+          *pathMode,
+          std::move(*savePath),
+          *subFolder,
+          std::move(*folderName),
+          std::move(*programFolder),
+          std::move(*comment),
+          std::move(*title),
+          std::move(*notice),
+          std::move(*homepage),
+          *start,
+          *found,
+          *maxInput,
+          {}};
+  int previous = -1;
+  for (uint16_t i = 0; i < *count; ++i) {
+    const auto index = in.Number<int16_t>();
+    auto deviceComment = in.Text();
+    // In rising order and inside the tables, as the writer puts them.
+    if (!index || !deviceComment || *index <= previous || *index >= limit) return std::nullopt;
+    previous = *index;
+    head.devices.push_back({*index, std::move(*deviceComment)});
+  }
+  if (in.Left() != 0) return std::nullopt;
+  return head;
+}
+
+}  // namespace
+
+std::size_t JournalHead::ValueBytes() const {
+  const std::size_t per = Analog(*this) ? 8 * static_cast<std::size_t>(maxInput)
+                          : Bits(*this) ? 1
+                                        : 8;
+  return per * devices.size();
+}
+
+JournalHead HeadOfRun(const ELM327_Info& device, const USB_IO_IF& usbIo,
+                      const KVR_USB_Probe* usbProbe, const std::string& folderName,
+                      const std::string& programFolder) {
+  JournalHead head;
+  head.viewCh = device.t_ViewCh;
+  head.logSaveFormat = device.t_LogSaveFormat;
+  head.pathMode = device.t_LogSaveFilePath_mode;
+  head.savePath = device.t_LogSaveFilePath;
+  head.subFolder = device.t_LogSave_subFolder;
+  head.folderName = folderName;
+  head.programFolder = programFolder;
+  head.comment = device.t_LogComment;
+  head.title = device.Application_title;
+  head.notice = device.Copy_light;
+  head.homepage = device.Homepage_URL;
+  head.startSeconds = static_cast<int64_t>(std::time(nullptr));
+  if (Analog(head)) {
+    head.findDevice = usbProbe != nullptr ? usbProbe->FindDevice : 0;
+    head.maxInput = usbProbe != nullptr ? usbProbe->max_input : 6;
+    for (int16_t d = 0; usbProbe != nullptr && d < usbProbe->max_device && d < kProbes; ++d) {
+      if (usbProbe->HidCh(d) >= 0) head.devices.push_back({d, usbProbe->AN_ch_comment(d)});
+    }
+  } else {
+    head.findDevice = usbIo.FindDevice;
+    for (int16_t c = 0; c < usbIo.max_device && c < kChannels; ++c) {
+      if (usbIo.HidCh(c) >= 0) head.devices.push_back({c, device.usbio_comment(c)});
+    }
+  }
+  return head;
+}
+
+void PackRow(const JournalHead& head, const USB_IO_IF& usbIo, const KVR_USB_Probe* usbProbe,
+             std::string& values) {
+  values.clear();
+  for (const JournalDevice& d : head.devices) {
+    if (Bits(head)) {
+      uint8_t bits = 0;
+      for (int16_t b = 0; b < 8; ++b) {
+        if (usbIo.USBIO_J1_MakeData_Bit(TableIndex(d.index * 8 + b)) == 1) bits |= 1 << b;
+      }
+      le::U8(values, bits);
+    } else if (Analog(head)) {
+      for (int32_t k = 0; k < head.maxInput; ++k) {
+        le::F64(values, usbProbe->USBProbe_Value(TableIndex(d.index * head.maxInput + k)));
+      }
+    } else {
+      le::F64(values, usbIo.USBIO_Value(d.index));
+    }
+  }
+}
+
+void UnpackRow(const JournalHead& head, std::string_view values, USB_IO_IF& usbIo,
+               KVR_USB_Probe& usbProbe) {
+  Reader in(values);
+  for (const JournalDevice& d : head.devices) {
+    if (Bits(head)) {
+      const uint8_t bits = in.Number<uint8_t>().value_or(0);
+      for (int16_t b = 0; b < 8; ++b) {
+        usbIo.USBIO_J1_MakeData_Bit(TableIndex(d.index * 8 + b)) = (bits >> b) & 1;
+      }
+    } else if (Analog(head)) {
+      for (int32_t k = 0; k < head.maxInput; ++k) {
+        usbProbe.USBProbe_Value(TableIndex(d.index * head.maxInput + k)) =
+            in.Number<double>().value_or(0.0);
+      }
+    } else {
+      usbIo.USBIO_Value(d.index) = in.Number<double>().value_or(0.0);
+    }
+  }
+}
+
+std::string EncodeHead(const JournalHead& head) {
+  std::string body;
+  le::U32(body, static_cast<uint32_t>(head.viewCh));
+  le::U32(body, static_cast<uint32_t>(head.logSaveFormat));
+  le::U32(body, static_cast<uint32_t>(head.pathMode));
+  Text(body, head.savePath);
+  le::U32(body, static_cast<uint32_t>(head.subFolder));
+  Text(body, head.folderName);
+  Text(body, head.programFolder);
+  Text(body, head.comment);
+  Text(body, head.title);
+  Text(body, head.notice);
+  Text(body, head.homepage);
+  le::U32(body, static_cast<uint32_t>(head.startSeconds));
+  le::U32(body, static_cast<uint32_t>(static_cast<uint64_t>(head.startSeconds) >> 32));
+  le::U32(body, static_cast<uint32_t>(head.findDevice));
+  le::U32(body, static_cast<uint32_t>(head.maxInput));
+  le::U16(body, static_cast<uint16_t>(head.devices.size()));
+  for (const JournalDevice& d : head.devices) {
+    le::U16(body, static_cast<uint16_t>(d.index));
+    Text(body, d.comment);
+  }
+  std::string out(kMagic, sizeof kMagic);
+  le::U16(out, kJournalVersion);
+  le::U32(out, static_cast<uint32_t>(body.size()));
+  out += body;
+  le::U32(out, Crc32(body));
+  return out;
+}
+
+void AppendRow(std::string& out, double time, std::string_view values) {
+  const std::size_t start = out.size();
+  out += kRow;
+  le::F64(out, time);
+  out.append(values);
+  le::U32(out, Crc32(std::string_view(out).substr(start)));
+}
+
+void AppendMark(std::string& out, const JournalMark& mark) {
+  std::string body;
+  le::U32(body, static_cast<uint32_t>(mark.rowsCovered));
+  le::U32(body, static_cast<uint32_t>(static_cast<uint64_t>(mark.rowsCovered) >> 32));
+  le::U8(body, mark.overwrote ? 1 : 0);
+  Text(body, mark.path);
+  const std::size_t start = out.size();
+  out += kMark;
+  le::U32(out, static_cast<uint32_t>(body.size()));
+  out += body;
+  le::U32(out, Crc32(std::string_view(out).substr(start)));
+}
+
+void AppendTakenName(std::string& out, std::string_view path) {
+  const std::size_t start = out.size();
+  out += kTakenName;
+  le::U32(out, static_cast<uint32_t>(path.size()));
+  out.append(path);
+  le::U32(out, Crc32(std::string_view(out).substr(start)));
+}
+
+JournalContents ReadJournal(std::string_view bytes) {
+  JournalContents contents;
+  Reader in(bytes);
+  const auto magic = in.Take(sizeof kMagic);
+  if (!magic || std::memcmp(magic->data(), kMagic, sizeof kMagic) != 0) {
+    contents.damage = "not a journal";
+    return contents;
+  }
+  const auto version = in.Number<uint16_t>();
+  if (!version || *version != kJournalVersion) {
+    contents.damage =
+        version ? "a journal of another version (" + std::to_string(*version) + ")" : "cut short";
+    return contents;
+  }
+  const auto headLength = in.Number<uint32_t>();
+  const auto body = headLength ? in.Take(*headLength) : std::nullopt;
+  const auto headCrc = in.Number<uint32_t>();
+  std::optional<JournalHead> head;
+  if (body && headCrc && Crc32(*body) == *headCrc) head = ParseHead(*body);
+  if (!head) {
+    contents.damage = "its head is cut short or damaged";
+    return contents;
+  }
+  contents.readable = true;
+  contents.head = std::move(*head);
+  const std::size_t valueBytes = contents.head.ValueBytes();
+  while (in.Left() > 0) {
+    const std::size_t start = in.At();
+    const char type = (*in.Take(1))[0];
+    const auto damaged = [&](const char* what) {
+      contents.damage = std::string(what) + " at byte " + std::to_string(start) + "; " +
+                        std::to_string(bytes.size() - start) + " bytes from there not read";
+    };
+    if (type == kRow) {
+      if (!in.Fits(8 + valueBytes + 4)) {
+        damaged("a row cut short");
+        break;
+      }
+      const double time = *in.Number<double>();
+      const std::string_view values = *in.Take(valueBytes);
+      const uint32_t crc = *in.Number<uint32_t>();
+      if (Crc32(bytes.substr(start, in.At() - start - 4)) != crc) {
+        damaged("a damaged row");
+        break;
+      }
+      contents.rows.push_back({time, values});
+    } else if (type == kMark) {
+      const auto length = in.Number<uint32_t>();
+      if (!length || *length > kLongestMark || !in.Fits(*length + 4)) {
+        damaged("a file note cut short");
+        break;
+      }
+      const std::string_view markBytes = *in.Take(*length);
+      const uint32_t crc = *in.Number<uint32_t>();
+      Reader mark(markBytes);
+      const auto low = mark.Number<uint32_t>();
+      const auto high = mark.Number<uint32_t>();
+      const auto overwrote = mark.Number<uint8_t>();
+      auto path = mark.Text();
+      if (Crc32(bytes.substr(start, in.At() - start - 4)) != crc || !low || !high || !overwrote ||
+          !path) {
+        damaged("a damaged file note");
+        break;
+      }
+      const auto covered = static_cast<int64_t>((static_cast<uint64_t>(*high) << 32) | *low);
+      contents.marks.push_back({covered, *overwrote != 0, std::move(*path)});
+      contents.unfinishedName.clear();
+    } else if (type == kTakenName) {
+      const auto length = in.Number<uint32_t>();
+      if (!length || *length > kLongestText || !in.Fits(*length + 4)) {
+        damaged("a name note cut short");
+        break;
+      }
+      const std::string_view path = *in.Take(*length);
+      if (Crc32(bytes.substr(start, in.At() - start)) != *in.Number<uint32_t>()) {
+        damaged("a damaged name note");
+        break;
+      }
+      contents.unfinishedName = std::string(path);
+    } else {
+      damaged("an unknown record");
+      break;
+    }
+  }
+  return contents;
+}
+
+}  // namespace tavelin

@@ -1,0 +1,96 @@
+#pragma once
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "devices/KVR_USB_Probe.h"
+#include "devices/USB_IO_IF.h"
+#include "state/ELM327_Info.h"
+
+namespace tavelin {
+
+// The journal of a logged run: what a writer needs to make the run's logs
+// again, and the run's rows as they come, in a compact binary form.
+//
+//   "TAVJ" version(u16) headLength(u32) head crc32(u32)
+//   then records, each checked on its own:
+//   'R' time(f64) values crc32   a row
+//   'N' length(u32) path crc32   a log file's name taken, its write begun
+//   'F' length(u32) mark crc32   a log file written: the rows so far are in files
+//
+// Numbers are little-endian; texts are a u32 byte count and UTF-8 bytes.
+
+inline constexpr uint16_t kJournalVersion = 1;
+
+// A device of the run (a digital channel, or an analog probe) with its comment.
+struct JournalDevice {
+  int16_t index = 0;
+  std::string comment;
+};
+
+struct JournalHead {
+  int32_t viewCh = 1;         // the kind of rows: 1, 2 bits; 3 values; 4 analog pins
+  int32_t logSaveFormat = 2;  // 1 .xls, 2 .csv
+  int32_t pathMode = 0;       // t_LogSaveFilePath_mode
+  std::string savePath;       // t_LogSaveFilePath
+  int32_t subFolder = 0;      // t_LogSave_subFolder
+  std::string folderName;     // the run's sub folder, or empty
+  std::string programFolder;  // where the logs of mode 0 went
+  std::string comment;        // t_LogComment
+  std::string title, notice, homepage;
+  int64_t startSeconds = 0;  // the run's start, seconds since 1970
+  int32_t findDevice = 0;    // the devices found, as the log headers count them
+  int32_t maxInput = 6;
+  std::vector<JournalDevice> devices;  // those present, in rising order
+
+  // Bytes of one row's values: a byte of eight bits per module, a double per
+  // digital value, a double per analog pin.
+  std::size_t ValueBytes() const;
+};
+
+// A log file the run wrote, and the rows of the journal it holds so far.
+struct JournalMark {
+  int64_t rowsCovered = 0;
+  bool overwrote = false;
+  std::string path;
+};
+
+// What a run's journal head says, from the store and the device layers at
+// the run's start.
+JournalHead HeadOfRun(const ELM327_Info& device, const USB_IO_IF& usbIo,
+                      const KVR_USB_Probe* usbProbe, const std::string& folderName,
+                      const std::string& programFolder);
+
+// The values of one row, from the tables the log writer reads.
+void PackRow(const JournalHead& head, const USB_IO_IF& usbIo, const KVR_USB_Probe* usbProbe,
+             std::string& values);
+// The same values back into the tables.
+void UnpackRow(const JournalHead& head, std::string_view values, USB_IO_IF& usbIo,
+               KVR_USB_Probe& usbProbe);
+
+std::string EncodeHead(const JournalHead& head);
+void AppendRow(std::string& out, double time, std::string_view values);
+void AppendMark(std::string& out, const JournalMark& mark);
+void AppendTakenName(std::string& out, std::string_view path);
+
+struct JournalRow {
+  double time;
+  std::string_view values;  // into the bytes read
+};
+
+// A journal as read: every whole record up to the first damage.
+struct JournalContents {
+  bool readable = false;  // the head was whole and of this version
+  JournalHead head;
+  std::vector<JournalRow> rows;
+  std::vector<JournalMark> marks;
+  // A log name taken after the last file written: its write was under way.
+  std::string unfinishedName;
+  std::string damage;  // what was wrong, where; empty for a whole journal
+};
+
+// Never throws, whatever the bytes; the rows point into `bytes`.
+JournalContents ReadJournal(std::string_view bytes);
+
+}  // namespace tavelin

@@ -1,0 +1,101 @@
+// A logged run that dies as a killed process does, with no cleanup at all,
+// at a chosen point:
+//   tavelin_killed_run FORMAT POINT FOLDER
+// FORMAT csv or xls; POINT before-first-file, after-rollover or
+// during-write. The run logs one row a pass on a clock that moves 1 ms a
+// pass, from a scripted module whose input is the pass number mod 256, into
+// FOLDER; its journal goes where XDG_STATE_HOME says. Prints the number of
+// rows logged before it dies.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "logging/log_names.h"
+#include "platform/file_system.h"
+#include "platform/special_folders.h"
+#include "spreadsheet/ExcelApplication.h"
+#include "support/sampling_run.h"
+
+namespace {
+
+using namespace tavelin;
+using namespace tavelin::test;
+
+constexpr int kFullBuffer = 20001;
+
+[[noreturn]] void Die(long long rows) {
+  std::printf("%lld\n", rows);
+  std::fflush(stdout);
+  _exit(9);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 4) {
+    std::fprintf(stderr, "usage: tavelin_killed_run csv|xls POINT FOLDER\n");
+    return 2;
+  }
+  const bool xls = std::strcmp(argv[1], "xls") == 0;
+  const std::string point = argv[2];
+  const std::string folder = argv[3];
+
+  Simulation simulation("usbio 0 prepared script steps.seq\nusbio 5 prepared script steps.seq\n");
+  std::vector<std::string> steps;
+  for (int v = 0; v < 256; ++v) steps.push_back(std::to_string(v));
+  simulation.Script("steps.seq", steps);
+
+  ELM327_Info device;
+  device.t_ViewCh = 1;
+  device.t_LogSave_Enable = 1;
+  device.t_LogSaveFormat = xls ? 1 : 2;
+  device.ExcelInstallCheck = 1;
+  device.t_LogSampling = 1;
+  device.t_LogSaveFilePath_mode = 2;
+  device.t_LogSaveFilePath = folder;
+  USB_IO_IF usbIo(BuiltLibraries().usbIo.api);
+  KVR_USB_Probe usbProbe(BuiltLibraries().usbProbe.api);
+  RecordingView view;
+  if (xls) view.objExcel = std::make_shared<ExcelApplication>();
+  g_now = 1000.0;
+  int passes = 0;
+  bool writing = false;  // a file write is under way: only it yields
+  FormBG* running = nullptr;
+  const auto rows = [&] { return running != nullptr ? running->Excel_DB.RowsLogged() : 0; };
+  LogEnvironment environment = SystemLogEnvironment(folder);
+  environment.yield = [&] {
+    if (writing && point == "during-write") Die(rows());
+  };
+  if (point == "during-write" && !xls) {
+    // A name taken already makes the csv write's name search yield.
+    TakeFileName(JoinPath(folder, "SD" + FileNameDate(NowLocal()) + "-001.csv"));
+  }
+  environment.logWritten = [&](const WrittenLog&) { writing = false; };
+  PolledEventLoop loop(FakeClock);
+  PolledTimer timerBackView(loop, kSamplingTimerIntervalMs);
+  PolledTimer timerUsbProbe(loop, kSamplingTimerIntervalMs);
+  FormBG engine(WithFakeClock(BuiltLibraries().kvr100.api), loop, timerBackView, timerUsbProbe,
+                environment);
+  engine.device = &device;
+  engine.USB_IO = &usbIo;
+  engine.USB_Probe = &usbProbe;
+  engine.obj_Form = &view;
+  running = &engine;
+  loop.OnIdle([&] {
+    ++passes;
+    if (point == "before-first-file" && passes == 5000) Die(rows());
+    if (point == "after-rollover" && passes == kFullBuffer + 300) Die(rows());
+    // The next pass logs the row that fills the buffer: its file follows.
+    writing = passes == kFullBuffer - 1;
+    g_now += 1.0;
+  });
+  usbIo.openDevice();
+  usbIo.Data_ALL_Clear();
+  usbIo.Data_ALL_Set(device);
+  view.RxFlag = 1;
+  engine.start_timer();
+  std::fprintf(stderr, "the run ended without dying at %s\n", point.c_str());
+  return 1;
+}
