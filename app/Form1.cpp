@@ -1,6 +1,7 @@
 #include "app/Form1.h"
 
 #include <QApplication>
+#include <QTimer>
 
 #include "app/boot_windows.h"
 #include "devices/library_version_check.h"
@@ -66,8 +67,11 @@ bool Form1::BootRoutine() {
     terms.setWindowTitle(Q(device.Application_title));
     terms.show();
     if (environment_.onConsentShown) environment_.onConsentShown(terms);
-    while (terms.isVisible()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    while (terms.isVisible() && !stopRequested_) {
+      QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
   }
+  if (stopRequested_ && device.t_TERMS_OF_USE != 1) return false;
   if (device.t_TERMS_OF_USE != 1) {
     Boxes().Critical(
         nullptr, Q(device.Application_title),
@@ -95,8 +99,32 @@ bool Form1::BootRoutine() {
   form2_->hide();
   OfferRecovery();
   IgnoringErrors([&] { CheckExcelInstalled(device); });
+  if (stopRequested_) {
+    Form_QueryUnload();
+    return false;
+  }
   OpenFirstView();
   return true;
+}
+
+void Form1::RequestStop() {
+  stopRequested_ = true;
+  if (QWidget* box = QApplication::activeModalWidget()) box->close();
+  ViewFrame* view = ShownView();
+  if (view == nullptr) return;  // the start-up ends at its next step
+  if (view->RxFlag == 1) view->Pic_Disconnect_Click();
+  CloseOnceIdle(view);
+}
+
+// The run ends in its own loop, further up the stack than this request:
+// the view closes once that loop has written the last file.
+void Form1::CloseOnceIdle(QPointer<ViewFrame> view) {
+  if (view == nullptr || unloaded_) return;
+  if (formBG_->State() != RunState::Idle) {
+    QTimer::singleShot(10, view, [this, view] { CloseOnceIdle(view); });
+    return;
+  }
+  view->close();
 }
 
 // Runs that did not end (a crash, a kill, a power cut) left journals: their

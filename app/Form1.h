@@ -91,10 +91,17 @@ class Form1 final : public ViewHost {
   void UnloadFrom(ViewFrame& closing) override;
   bool Unloaded() const override { return unloaded_; }
 
+  // A stop request from outside: the run ends as Disconnect ends it, then
+  // the shown view closes as a user's close would. During the start-up a
+  // box is answered with its safe button and the start-up ends early.
+  void RequestStop();
+  bool StopRequested() const { return stopRequested_; }
+
  private:
   void PumpWithProgress(int percent);
   void OfferRecovery();
   void Form_QueryUnload();
+  void CloseOnceIdle(QPointer<ViewFrame> view);
 
   BootEnvironment environment_;
   std::optional<DeviceLibraries> libraries_;
@@ -119,6 +126,7 @@ class Form1 final : public ViewHost {
   QPointer<FormOptionAN> formOptionAN_;
   QPointer<FormFrashWrite> formFrashWrite_;
   bool unloaded_ = false;
+  bool stopRequested_ = false;
 };
 
 }  // namespace tavelin

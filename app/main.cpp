@@ -6,6 +6,7 @@
 
 #include "app/Form1.h"
 #include "app/instance_lock.h"
+#include "app/stop_requests.h"
 #include "platform/program_folder.h"
 #include "views/application_look.h"
 #include "views/design_units.h"
@@ -57,6 +58,7 @@ int main(int argc, char** argv) {
 
   tavelin::QtMessageBoxes boxes;
   tavelin::Form1 form1({folder, &boxes, {}, writable});
+  const tavelin::StopRequestListener stopRequests(form1);
   if (!form1.BootRoutine()) return 0;
   return app.exec();
 }

@@ -1,50 +1,12 @@
 #include "cli/console_run.h"
 
-#include <csignal>
-
 #include "logging/log_names.h"
+#include "platform/stop_signals.h"
 #include "sampling/polled_event_loop.h"
 #include "sampling/run_start.h"
 #include "spreadsheet/excel_check.h"
 
 namespace tavelin::cli {
-namespace {
-
-volatile std::sig_atomic_t g_interrupted = 0;
-
-extern "C" void OnInterrupt(int) {
-  g_interrupted = 1;
-}
-
-// A stop request (Ctrl+C, SIGTERM at a shutdown, SIGHUP of a closed terminal
-// or a dropped ssh) is the Disconnect button while this lives.
-class InterruptAsDisconnect {
- public:
-  InterruptAsDisconnect() {
-    g_interrupted = 0;
-    struct sigaction action {};
-    action.sa_handler = OnInterrupt;
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, &previous_);
-    sigaction(SIGTERM, &action, &previousTerm_);
-    sigaction(SIGHUP, &action, &previousHangUp_);
-  }
-  ~InterruptAsDisconnect() {
-    sigaction(SIGINT, &previous_, nullptr);
-    sigaction(SIGTERM, &previousTerm_, nullptr);
-    sigaction(SIGHUP, &previousHangUp_, nullptr);
-  }
-  InterruptAsDisconnect(const InterruptAsDisconnect&) = delete;
-  InterruptAsDisconnect& operator=(const InterruptAsDisconnect&) = delete;
-  bool Requested() const { return g_interrupted != 0; }
-
- private:
-  struct sigaction previous_ {};
-  struct sigaction previousTerm_ {};
-  struct sigaction previousHangUp_ {};
-};
-
-}  // namespace
 
 void ApplyRunOptions(const RunOptions& options, ConsoleSession& session) {
   ELM327_Info& device = session.device;
@@ -87,12 +49,12 @@ RunSummary RunSampling(
   engine.USB_Probe = &session.USB_Probe;
   engine.obj_Form = &view;
 
-  InterruptAsDisconnect interrupt;
+  const StopSignals stopSignals;  // each is the Disconnect button
   const double connectedAt = clock.kv_timeGetTime();
   loop.OnIdle([&] {
     const double elapsed = (loop.Now() - connectedAt) / 1000.0;
     const bool timeUp = options.seconds && elapsed >= *options.seconds;
-    if (view.RxFlag == 1 && (interrupt.Requested() || timeUp)) {
+    if (view.RxFlag == 1 && (stopSignals.Requested() || timeUp)) {
       view.RxFlag = 0;  // Disconnect
       view.TB_Status("切断");
     }

@@ -4,9 +4,15 @@
 
 #include "app/instance_lock.h"
 #include "gui_support.h"
+#include "logging/journal_recovery.h"
+#include "logging/run_journal.h"
+#include "platform/special_folders.h"
+#include "support/scoped_environment.h"
 
 namespace tavelin::test {
 namespace {
+
+namespace fs = std::filesystem;
 
 const QString kQuit = QStringLiteral("アプリケーションを終了します。");
 
@@ -157,6 +163,44 @@ class BootTest : public QObject {
     InstanceLock nowhere(folder.Path() + "/no/such/folder");
     QCOMPARE(nowhere.Result(), Outcome::Unavailable);
     QVERIFY(!nowhere.Why().empty());
+  }
+
+  // A run that did not end left its journal: the start-up offers to write
+  // its rows as logs, and leaves the journal when the user says so.
+  void aLeftoverJournalIsOfferedAfterTheDeviceSearches() {
+    for (const bool recover : {true, false}) {
+      TempFolder state, logs;
+      const ScopedEnvironment stateHome("XDG_STATE_HOME", state.Path().string());
+      JournalHead head;
+      head.viewCh = 1;
+      head.pathMode = 2;
+      head.savePath = logs.Path().string();
+      head.findDevice = 1;
+      head.devices = {{0, "0Ch"}};
+      std::string why;
+      {
+        const auto journal = RunJournal::Start(JournalFolder(), head, why);
+        QVERIFY2(journal != nullptr, why.c_str());
+        for (int row = 0; row < 3; ++row) journal->AddRow(row * 10.0, std::string(1, char(row)));
+      }  // the run is gone without finishing
+      ProgramFolder folder;
+      SaveSettings(folder, 1);
+      RecordingBoxes boxes;
+      boxes.answer = recover;
+      Form1 form1({folder.Path(), &boxes, {}, {}});
+      QVERIFY(form1.BootRoutine());
+      QCOMPARE(boxes.questions, QStringList{QStringLiteral(
+                                    "前回の記録が途中で終わっています (1 件、ファイルにない行 "
+                                    "3 行)。\nログファイルに書き出しますか？")});
+      const auto written = std::distance(fs::directory_iterator(logs.Path()), {});
+      QCOMPARE(written, recover ? 1 : 0);
+      QCOMPARE(LeftoverJournals(JournalFolder()).size(), recover ? 0u : 1u);
+      if (recover) {
+        QCOMPARE(boxes.informations.size(), 1);
+        const auto log = fs::directory_iterator(logs.Path())->path();
+        QVERIFY(boxes.informations[0].endsWith(QString::fromStdString(log.string())));
+      }
+    }
   }
 };
 

@@ -16,6 +16,7 @@ int RunReadOnlyTest(int argc, char** argv);
 int RunCommonSettingTest(int argc, char** argv);
 int RunChannelSettingsTest(int argc, char** argv);
 int RunDeviceWriterTest(int argc, char** argv);
+int RunStopRequestTest(int argc, char** argv);
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
@@ -28,7 +29,8 @@ int main(int argc, char** argv) {
                                                               {"readonly", RunReadOnlyTest},
                                                               {"common", RunCommonSettingTest},
                                                               {"channels", RunChannelSettingsTest},
-                                                              {"writer", RunDeviceWriterTest}};
+                                                              {"writer", RunDeviceWriterTest},
+                                                              {"stop", RunStopRequestTest}};
   if (argc < 2) {
     int failures = 0;
     for (const auto& [name, run] : suites) failures += run(1, argv);
