@@ -77,7 +77,7 @@ int RunRecord(const RunOptions& options, const std::string& programFolder) {
         });
     std::cerr << Progress(summary.seconds, summary.rows, summary.files) << "\n" << Counts(summary);
   } catch (const FileError& failure) {
-    std::cerr << "\ntavelin-cli record: " << failure.what() << "\n";
+    std::cerr << "\ntavelin-cli record: " << failure.what() << "\n" << LeftoverNotice();
     return 1;
   }
   return 0;

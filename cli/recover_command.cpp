@@ -67,7 +67,7 @@ int RunRecover(const RecoverOptions& options, const std::string& programFolder) 
         std::cerr << "  読めなかった部分: " << recovery.damage << "\n";
       }
     } catch (const FileError& failure) {
-      std::cerr << "tavelin-cli recover: " << failure.what() << " (the journal stays)\n";
+      std::cerr << "tavelin-cli recover: " << failure.what() << " (記録はジャーナルに残ります)\n";
       status = 1;
     }
   }

@@ -1,5 +1,5 @@
 """Nothing lost: logged runs killed at many points, then recovered; runs
-stopped by signals; two runs logging into one folder. Every log is read as
+stopped by signals; two runs logging into one folder; a full disk. Every log is read as
 a reader would: csv from CP932, .xls with xlrd.
 
     check_recovery.py KILLED_RUN CLI DEMO_SIMULATION
@@ -170,11 +170,49 @@ def two_runs_one_folder(cli, simulation):
         check(len(logs_in(folder)) == 8, "two runs: %d logs of 8" % len(logs_in(folder)))
 
 
+def full_disk(cli, simulation):
+    """A full file system during the .xls write: no torn file and no
+    temporary one is left, the rows stay in the journal, and recovery
+    writes them once there is room. Needs a user namespace for the small
+    tmpfs; without one the case is left out and said."""
+    with tempfile.TemporaryDirectory() as work:
+        small, roomy = os.path.join(work, "small"), os.path.join(work, "roomy")
+        os.mkdir(small)
+        os.mkdir(roomy)
+        environment = dict(os.environ, XDG_STATE_HOME=os.path.join(work, "state"),
+                           KVR_SIMULATION=simulation)
+        probe = run(["unshare", "-rm", "mount", "-t", "tmpfs", "tmpfs", small], environment)
+        if probe.returncode != 0:
+            print("full disk: left out, no user namespace here:", probe.stderr.strip())
+            return
+        script = ('mount -t tmpfs -o size=300k tmpfs "$1" && shift && "$@"; status=$?; '
+                  'ls -A "$FOLDER"; exit $status')
+        recording = run(["unshare", "-rm", "sh", "-c", script, "sh", small, cli, "record",
+                         "--mode", "1", "--sampling", "1", "--seconds", "1.5", "--format", "xls",
+                         "--folder", small], dict(environment, FOLDER=small))
+        check(recording.returncode == 1,
+              "full disk: exit %d: %s" % (recording.returncode, recording.stderr))
+        check("No space left on device" in recording.stderr and "recover" in recording.stderr,
+              "full disk: the message: %r" % recording.stderr)
+        check(recording.stdout.strip() == "",
+              "full disk: files left in the full folder: %r" % recording.stdout)
+        recovered = run([cli, "recover", "--folder", roomy], environment)
+        logs = logs_in(roomy)
+        check(recovered.returncode == 0 and len(logs) == 1,
+              "full disk: recovery: %r %r" % (logs, recovered.stderr))
+        times = [t for log in logs for t, _ in rows_of(log)]
+        check(len(times) > 500 and all(b > a for a, b in zip(times, times[1:])),
+              "full disk: %d rows recovered" % len(times))
+        journal = os.path.join(work, "state", "tavelin", "journal")
+        check(not os.listdir(journal), "full disk: a journal is left after recovery")
+
+
 def main():
     killed_run, cli, simulation = sys.argv[1:4]
     for step in (lambda: kill_table(killed_run, cli), lambda: real_kill(cli, simulation),
                  lambda: stop_requests(cli, simulation),
-                 lambda: two_runs_one_folder(cli, simulation)):
+                 lambda: two_runs_one_folder(cli, simulation),
+                 lambda: full_disk(cli, simulation)):
         try:
             step()
         except Exception as error:
