@@ -1,13 +1,39 @@
-// Writes real settings files with the program's writers, as seeds for the
-// fuzzers: the defaults, and files full of other values and Japanese text.
+// Writes real settings files and journals with the program's writers, as
+// seeds for the fuzzers: the defaults, and files full of other values and
+// Japanese text; journals of the three row kinds.
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <string>
 
+#include "logging/journal_format.h"
 #include "settings/FileSaveSystem.h"
 
 using namespace tavelin;
 namespace fs = std::filesystem;
+
+// A journal of each row kind: rows, a file written, more rows, a name taken.
+void WriteJournals(const fs::path& folder) {
+  fs::create_directories(folder);
+  for (int32_t viewCh : {1, 3, 4}) {
+    JournalHead head;
+    head.viewCh = viewCh;
+    head.logSaveFormat = viewCh == 4 ? 1 : 2;
+    head.pathMode = 2;
+    head.savePath = "/home/bench/ログ";
+    head.comment = "炉 1";
+    head.title = "タヴェリン Ver1.11";
+    head.findDevice = 2;
+    head.devices = {{0, "0Ch"}, {viewCh == 4 ? int16_t{7} : int16_t{15}, "圧力"}};
+    std::string bytes = EncodeHead(head);
+    const std::string values(head.ValueBytes(), '\x3f');
+    for (int row = 0; row < 3; ++row) AppendRow(bytes, row * 10.0, values);
+    AppendMark(bytes, {3, false, "/home/bench/ログ/SD26030214-001.csv"});
+    AppendRow(bytes, 30.0, values);
+    AppendTakenName(bytes, "/home/bench/ログ/SD26030214-002.csv");
+    std::ofstream(folder / ("kind" + std::to_string(viewCh)), std::ios::binary) << bytes;
+  }
+}
 
 int main(int argc, char** argv) {
   if (argc != 2) {
@@ -46,5 +72,6 @@ int main(int argc, char** argv) {
   for (int16_t b = 0; b < 129; b += 7) device.bit_comment(b) = "弁" + std::to_string(b);
   for (int16_t p = 0; p < 49; ++p) probe.AN_pin_comment(p) = "温度" + std::to_string(p);
   write("japanese", device, probe);
+  WriteJournals(root / "journal");
   return 0;
 }
