@@ -93,10 +93,9 @@ void ClearCutOffWrite(const std::string& name) {
   if (fs::is_regular_file(path, ignored) && fs::file_size(path, ignored) == 0) {
     fs::remove(path, ignored);
   }
-  const std::string temporary = "." + path.filename().string() + ".";
+  const std::string temporary = HiddenWritePrefix(name);
   for (const auto& entry : fs::directory_iterator(path.parent_path(), ignored)) {
-    if (entry.path().filename().string().rfind(temporary, 0) == 0)
-      fs::remove(entry.path(), ignored);
+    if (entry.path().string().rfind(temporary, 0) == 0) fs::remove(entry.path(), ignored);
   }
 }
 

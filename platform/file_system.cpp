@@ -79,14 +79,19 @@ void TextStream::Close() {
 
 TextStream CreateTextFile(const std::string& path) {
   static std::atomic<unsigned> counter{0};
-  const fs::path target(path);
-  const std::string temporary =
-      (target.parent_path() / ("." + target.filename().string() + "." + std::to_string(::getpid()) +
-                               "-" + std::to_string(counter++)))
-          .string();
+  std::string temporary = HiddenWritePrefix(path);
+  temporary.append(std::to_string(::getpid())).append("-").append(std::to_string(counter++));
   const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (fd < 0) Fail("ファイルを作成できません", path, errno);
   return TextStream(path, temporary, fd);
+}
+
+std::string HiddenWritePrefix(const std::string& path) {
+  const fs::path target(path);
+  // Hidden: no reader takes it for a log.
+  std::string hidden(".");
+  hidden.append(target.filename().string()).append(".");
+  return (target.parent_path() / hidden).string();
 }
 
 bool TakeFileName(const std::string& path) {

@@ -45,6 +45,10 @@ class TextStream {
 // A stream whose Close() replaces the file at `path`. Throws FileError.
 TextStream CreateTextFile(const std::string& path);
 
+// The start of the hidden name, beside `path`, that a write of `path`
+// goes through before it is put in place: ".name." and a number follow.
+std::string HiddenWritePrefix(const std::string& path);
+
 // Makes an empty file at `path` only where none is: the one who makes it
 // has taken the name. False when something is there already; throws
 // FileError when the folder does not take the file.
