@@ -1,10 +1,12 @@
 #include "spreadsheet/xls_writer.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
 #include <map>
+#include <stdexcept>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -235,52 +237,121 @@ void CellHead(std::string& out, int row, int column, uint16_t xf) {
   U16(out, xf);
 }
 
-void WriteCells(std::string& out, int row, const std::vector<OutCell>& cells) {
-  for (std::size_t i = 0; i < cells.size();) {
-    const OutCell& cell = cells[i];
+bool IsDigit(std::string_view text) {
+  return text.size() == 1 && text[0] >= '0' && text[0] <= '9';
+}
+
+// The RK form of a one-digit whole number.
+uint32_t DigitRk(std::string_view digit) {
+  return (static_cast<uint32_t>(digit[0] - '0') << 2) | 2;
+}
+
+// One row's cells by column, each made where it stays: a log's row holds up
+// to 129 of them, 20,001 times a file, so they are neither moved nor sorted.
+class RowCells {
+ public:
+  static constexpr int kColumns = 256;
+
+  void Start() {
+    std::fill(state_.begin(), state_.end(), kOpen);
+    first_ = kColumns;
+    last_ = -1;
+  }
+  bool Decided(int column) const { return state_[Index(column)] != kOpen; }
+  bool Filled(int column) const { return state_[Index(column)] == kFilled; }
+  // Settles the column's value: left blank, or the cell to fill in.
+  void SettleEmpty(int column) { state_[Index(column)] = kEmpty; }
+  OutCell& Fill(int column) {
+    state_[Index(column)] = kFilled;
+    first_ = std::min(first_, column);
+    last_ = std::max(last_, column);
+    OutCell& cell = cells_[Index(column)];
+    cell.column = column;
+    return cell;
+  }
+  bool Empty() const { return last_ < 0; }
+  int First() const { return first_; }
+  int Last() const { return last_; }
+  const OutCell& At(int column) const { return cells_[Index(column)]; }
+
+ private:
+  enum : uint8_t { kOpen, kEmpty, kFilled };
+  // Every column was checked with the sheet (CheckInsideTheSheet).
+  static std::size_t Index(int column) { return static_cast<std::size_t>(column); }
+  std::array<OutCell, kColumns> cells_{};
+  std::array<uint8_t, kColumns> state_{};
+  int first_ = kColumns, last_ = -1;
+};
+
+// MULRK: a run of numbers side by side, written in place, as most of a
+// log's bytes are in them.
+void WriteRkRun(std::string& out, int row, const RowCells& cells, int first, int last) {
+  const auto count = static_cast<std::size_t>(last - first + 1);
+  const std::size_t length = 4 + 6 * count + 2;
+  const std::size_t at = out.size();
+  out.resize(at + 4 + length);
+  char* p = out.data() + at;
+  const auto put16 = [&p](uint16_t v) {
+    p[0] = static_cast<char>(v);
+    p[1] = static_cast<char>(v >> 8);
+    p += 2;
+  };
+  put16(0x00BD);
+  put16(static_cast<uint16_t>(length));
+  put16(static_cast<uint16_t>(row));
+  put16(static_cast<uint16_t>(first));
+  for (int column = first; column <= last; ++column) {
+    const OutCell& cell = cells.At(column);
+    put16(cell.xf);
+    put16(static_cast<uint16_t>(cell.rk));
+    put16(static_cast<uint16_t>(cell.rk >> 16));
+  }
+  put16(static_cast<uint16_t>(last));
+}
+
+void WriteCells(std::string& out, int row, const RowCells& cells) {
+  const auto isRk = [&](int column) {
+    return cells.Filled(column) && cells.At(column).kind == OutCell::Kind::Rk;
+  };
+  for (int column = cells.First(); column <= cells.Last();) {
+    if (!cells.Filled(column)) {
+      ++column;
+      continue;
+    }
+    const OutCell& cell = cells.At(column);
     if (cell.kind == OutCell::Kind::Rk) {
-      std::size_t end = i + 1;
-      while (end < cells.size() && end - i < 256 && cells[end].kind == OutCell::Kind::Rk &&
-             cells[end].column == cells[end - 1].column + 1) {
-        ++end;
-      }
-      if (end - i >= 2) {
-        Record record(out, 0x00BD);
-        U16(out, static_cast<uint16_t>(row));
-        U16(out, static_cast<uint16_t>(cell.column));
-        for (std::size_t k = i; k < end; ++k) {
-          U16(out, cells[k].xf);
-          U32(out, cells[k].rk);
-        }
-        U16(out, static_cast<uint16_t>(cells[end - 1].column));
+      int end = column + 1;
+      while (end <= cells.Last() && end - column < 256 && isRk(end)) ++end;
+      if (end - column >= 2) {
+        WriteRkRun(out, row, cells, column, end - 1);
       } else {
         Record record(out, 0x027E);
-        CellHead(out, row, cell.column, cell.xf);
+        CellHead(out, row, column, cell.xf);
         U32(out, cell.rk);
       }
-      i = end;
+      column = end;
       continue;
     }
     switch (cell.kind) {
       case OutCell::Kind::Number: {
         Record record(out, 0x0203);
-        CellHead(out, row, cell.column, cell.xf);
+        CellHead(out, row, column, cell.xf);
         F64(out, cell.number);
         break;
       }
       case OutCell::Kind::Text: {
         Record record(out, 0x00FD);
-        CellHead(out, row, cell.column, cell.xf);
+        CellHead(out, row, column, cell.xf);
         U32(out, cell.sst);
         break;
       }
       default: {
         Record record(out, 0x0201);
-        CellHead(out, row, cell.column, cell.xf);
+        CellHead(out, row, column, cell.xf);
         break;
       }
     }
-    ++i;
+    ++column;
   }
 }
 
@@ -289,6 +360,48 @@ constexpr long kBlankLayerLimit = 65536;  // larger format ranges only restyle f
 long Area(const CellRect& r) {
   return static_cast<long>(r.bottom - r.top + 1) * (r.right - r.left + 1);
 }
+
+// The format of each column of a row, from the layers over the row. Rows
+// under the same layers (all the data rows of a log) share the answers, so
+// a format is resolved once per column, not once per cell.
+class RowStyles {
+ public:
+  RowStyles(const SheetData& sheet, StyleTable& styles)
+      : sheet_(sheet), styles_(styles), xfs_(256, kUnknown) {}
+
+  void StartRow(int row) {
+    next_.clear();
+    for (const auto& layer : sheet_.layers) {
+      if (row >= layer.rect.top && row <= layer.rect.bottom) next_.push_back(&layer);
+    }
+    if (next_ == layers_) return;
+    layers_.swap(next_);
+    std::fill(xfs_.begin(), xfs_.end(), kUnknown);
+  }
+
+  uint16_t At(int column) {
+    uint32_t& xf = xfs_[static_cast<std::size_t>(column)];
+    if (xf == kUnknown) xf = Resolve(column);
+    return static_cast<uint16_t>(xf);
+  }
+
+ private:
+  static constexpr uint32_t kUnknown = UINT32_MAX;
+
+  uint16_t Resolve(int column) const {
+    if (layers_.empty()) return 15;
+    CellStyle style = styles_.sheetDefault;
+    for (const StyleLayer* layer : layers_) {
+      if (column >= layer->rect.left && column <= layer->rect.right) ApplyLayer(*layer, style);
+    }
+    return styles_.XfOf(style);
+  }
+
+  const SheetData& sheet_;
+  StyleTable& styles_;
+  std::vector<const StyleLayer*> layers_, next_;
+  std::vector<uint32_t> xfs_;
+};
 
 // The sheet's cell records, with the shared strings and styles they use.
 struct SheetCells {
@@ -313,39 +426,28 @@ SheetCells BuildCells(const SheetData& sheet, StyleTable& styles, SharedStrings&
   result.records.reserve(static_cast<std::size_t>(lastRow + 1) * 800);
 
   std::vector<std::string_view> blockTexts;
-  std::vector<OutCell> cells;
-  std::vector<uint8_t> decided(256);  // the value of the column is settled
-  std::vector<uint8_t> written(256);  // a record is made for the column
-  std::vector<const StyleLayer*> rowLayers;
+  RowCells cells;
+  RowStyles rowStyles(sheet, styles);
   for (int row = 0; row <= lastRow; ++row) {
-    cells.clear();
-    std::fill(decided.begin(), decided.end(), 0);
-    std::fill(written.begin(), written.end(), 0);
-    rowLayers.clear();
-    for (const auto& layer : sheet.layers) {
-      if (row >= layer.rect.top && row <= layer.rect.bottom) rowLayers.push_back(&layer);
-    }
-    const auto styleAt = [&](int column) {
-      if (rowLayers.empty()) return uint16_t{15};
-      CellStyle style = styles.sheetDefault;
-      for (const StyleLayer* layer : rowLayers) {
-        if (column >= layer->rect.left && column <= layer->rect.right) ApplyLayer(*layer, style);
-      }
-      return styles.XfOf(style);
-    };
+    cells.Start();
+    rowStyles.StartRow(row);
     const auto addValue = [&](int column, std::string_view text) {
-      const auto at = static_cast<std::size_t>(column);
-      decided[at] = 1;
-      if (text.empty()) return;  // an empty text leaves the cell blank
-      written[at] = 1;
-      OutCell cell{column, OutCell::Kind::Text, 0, 0.0, 0, styleAt(column)};
-      if (const auto number = NumberInText(text)) {
+      if (text.empty()) {  // an empty text leaves the cell blank
+        cells.SettleEmpty(column);
+        return;
+      }
+      OutCell& cell = cells.Fill(column);
+      cell.xf = rowStyles.At(column);
+      if (IsDigit(text)) {
+        cell.kind = OutCell::Kind::Rk;
+        cell.rk = DigitRk(text);
+      } else if (const auto number = NumberInText(text)) {
         cell.number = *number;
         cell.kind = EncodeRk(*number, cell.rk) ? OutCell::Kind::Rk : OutCell::Kind::Number;
       } else {
+        cell.kind = OutCell::Kind::Text;
         cell.sst = sst.Of(text);
       }
-      cells.push_back(cell);
     };
     const auto firstText = sheet.texts.lower_bound({row, 0});
     const bool rowHasTexts = firstText != sheet.texts.end() && firstText->first.first == row;
@@ -356,39 +458,43 @@ SheetCells BuildCells(const SheetData& sheet, StyleTable& styles, SharedStrings&
       block->grid->Row(row - block->rect.top, width, blockTexts);
       for (int k = 0; k < width; ++k) {
         const int column = block->rect.left + k;
-        if (decided[static_cast<std::size_t>(column)]) continue;
+        if (cells.Decided(column)) continue;
         if (rowHasTexts) {
           const auto text = sheet.texts.find({row, column});
           if (text != sheet.texts.end() && text->second.order > block->order) continue;
         }
-        addValue(column, blockTexts[static_cast<std::size_t>(k)]);
+        const std::string_view text = blockTexts[static_cast<std::size_t>(k)];
+        if (IsDigit(text)) {  // a bit: most cells of a log, so made here at once
+          OutCell& cell = cells.Fill(column);
+          cell.xf = rowStyles.At(column);
+          cell.kind = OutCell::Kind::Rk;
+          cell.rk = DigitRk(text);
+          continue;
+        }
+        addValue(column, text);
       }
     }
     for (auto text = firstText;
          rowHasTexts && text != sheet.texts.end() && text->first.first == row; ++text) {
-      if (!decided[static_cast<std::size_t>(text->first.second)]) {
-        addValue(text->first.second, text->second.text);
-      }
+      if (!cells.Decided(text->first.second)) addValue(text->first.second, text->second.text);
     }
     // Formatted cells without a value still show their format.
     for (const StyleLayer* layer : smallLayers) {
       if (row < layer->rect.top || row > layer->rect.bottom) continue;
       for (int column = layer->rect.left; column <= layer->rect.right; ++column) {
-        const auto at = static_cast<std::size_t>(column);
-        if (written[at]) continue;
-        written[at] = 1;
-        cells.push_back({column, OutCell::Kind::Blank, 0, 0.0, 0, styleAt(column)});
+        if (cells.Filled(column)) continue;
+        OutCell& cell = cells.Fill(column);
+        cell.kind = OutCell::Kind::Blank;
+        cell.xf = rowStyles.At(column);
       }
     }
-    if (cells.empty()) continue;
-    std::sort(cells.begin(), cells.end(),
-              [](const OutCell& a, const OutCell& b) { return a.column < b.column; });
+    if (cells.Empty()) continue;
     std::string& out = result.records;
     {
       Record record(out, 0x0208);
       U16(out, static_cast<uint16_t>(row));
-      U16(out, static_cast<uint16_t>(cells.front().column));
-      U16(out, static_cast<uint16_t>(cells.back().column + 1));
+      U16(out, static_cast<uint16_t>(cells.First()));
+      U16(out, static_cast<uint16_t>(cells.Last() + 1));
       U16(out, 255);
       U16(out, 0);
       U16(out, 0);
@@ -398,8 +504,8 @@ SheetCells BuildCells(const SheetData& sheet, StyleTable& styles, SharedStrings&
     WriteCells(out, row, cells);
     if (result.firstRow < 0) result.firstRow = row;
     result.lastRow = row;
-    result.firstColumn = std::min(result.firstColumn, cells.front().column);
-    result.lastColumn = std::max(result.lastColumn, cells.back().column);
+    result.firstColumn = std::min(result.firstColumn, cells.First());
+    result.lastColumn = std::max(result.lastColumn, cells.Last());
   }
   return result;
 }
@@ -675,7 +781,27 @@ struct StreamParts {
   }
 };
 
+// Everything the sheet holds lies inside its 65,536 rows and 256 columns,
+// so the cell loops index by column without a test per cell.
+void CheckInsideTheSheet(const SheetData& sheet) {
+  const auto inside = [](int row, int column) {
+    return row >= 0 && row <= 65535 && column >= 0 && column <= 255;
+  };
+  const auto rectInside = [&](const CellRect& r) {
+    return inside(r.top, r.left) && inside(r.bottom, r.right) && r.top <= r.bottom &&
+           r.left <= r.right;
+  };
+  bool fits = true;
+  for (const auto& [place, text] : sheet.texts) fits = fits && inside(place.first, place.second);
+  for (const auto& block : sheet.blocks) fits = fits && rectInside(block.rect);
+  for (const auto& layer : sheet.layers) fits = fits && rectInside(layer.rect);
+  for (const auto& merge : sheet.merges) fits = fits && rectInside(merge);
+  if (sheet.autoFilter) fits = fits && rectInside(*sheet.autoFilter);
+  if (!fits) throw std::out_of_range("a cell outside the sheet's 65536 rows and 256 columns");
+}
+
 StreamParts BuildStream(const SheetData& sheet) {
+  CheckInsideTheSheet(sheet);
   StyleTable styles(sheet.sheetFontSize);
   SharedStrings sst;
   StreamParts parts;
