@@ -55,6 +55,8 @@ Excel_OutputDB::Excel_OutputDB(LogEnvironment environment) : environment_(std::m
 }
 
 void Excel_OutputDB::Param_ALL_Clear() {
+  // A save left by a run that failed: its rows are in that run's journal.
+  inFlight_.reset();
   Excel_DB_ArayyCounter = 0;
   Excel_DB_ArayyCounter_MAX = 20000;
   Excel_DB_ArayyCh = 1;
@@ -181,6 +183,7 @@ void Excel_OutputDB::Excel_DataOutput(int32_t Output_ch, KVR_USB_Probe* USB_Prob
                                       USB_IO_IF& USB_IO, ELM327_Info& device,
                                       std::string& FileName_Date, std::string& FileName_No,
                                       const std::string& FolderName) {
+  CollectFiles();  // files are told in the order they were begun
   switch (device.t_ViewCh) {
     case 1:
     case 2:
@@ -358,13 +361,28 @@ void Excel_OutputDB::Get_SubFolder_Name(ELM327_Info& device, std::string& Folder
 void Excel_OutputDB::RollOverWhenFull(const std::function<void(int32_t Output_ch)>& writeFile) {
   if (Excel_DB_ArayyCounter <= Excel_DB_ArayyCounter_MAX) return;
   Excel_DB_ArayyCounter = 0;
-  if (Excel_DB_ArayyCh == 1) {
-    writeFile(1);
-    Excel_DB_ArayyCh = 2;
-  } else {
-    writeFile(2);
-    Excel_DB_ArayyCh = 1;
+  const int32_t full = Excel_DB_ArayyCh;
+  rollingOver_ = true;
+  try {
+    writeFile(full);
+  } catch (...) {
+    rollingOver_ = false;
+    throw;
   }
+  rollingOver_ = false;
+  Excel_DB_ArayyCh = full == 1 ? 2 : 1;
+}
+
+void Excel_OutputDB::CollectFinishedFiles() {
+  if (inFlight_ && inFlight_->save->Finished()) CollectFiles();
+}
+
+void Excel_OutputDB::CollectFiles() {
+  if (!inFlight_) return;
+  WorkbookInFlight done = std::move(*inFlight_);
+  inFlight_.reset();
+  done.save->Collect();
+  FileWritten(done.Output_ch, done.name, true);
 }
 
 std::optional<std::string> Excel_OutputDB::LogFolderRefusal(ELM327_Info& device) const {

@@ -11,6 +11,7 @@
 #include "logging/StringBuilder.h"
 #include "logging/log_environment.h"
 #include "logging/log_names.h"
+#include "platform/background_task.h"
 #include "spreadsheet/ExcelApplication.h"
 #include "spreadsheet/compact_cell_table.h"
 #include "state/ELM327_Info.h"
@@ -19,7 +20,10 @@ namespace tavelin {
 
 // The log writer of a sampling run: rows go to a memory buffer, and a file
 // is written at each rollover and at the end of the run. The text log is
-// csv in CP932; the spreadsheet log writes .xls.
+// csv in CP932; the spreadsheet log writes .xls. A workbook of a rollover is
+// saved on a thread of its own while the rows go on into the other buffer,
+// so sampling does not stop for it; it counts as written, and is told, once
+// collected: at the first pass that finds it done, or before the next file.
 class Excel_OutputDB {
  public:
   explicit Excel_OutputDB(LogEnvironment environment);
@@ -86,6 +90,12 @@ class Excel_OutputDB {
   // its Output_ch) and the other buffer takes over. The counter goes to 0
   // first, so a csv file written here holds its header alone.
   void RollOverWhenFull(const std::function<void(int32_t Output_ch)>& writeFile);
+  // Collects a workbook saved in the background once it is done, without
+  // waiting: called every pass, so that it is told (and noted in the
+  // journal) as soon as it is in place. Throws FileError if it failed.
+  void CollectFinishedFiles();
+  // Waits for a workbook still being saved; throws FileError if it failed.
+  void CollectFiles();
 
   const LogEnvironment& Environment() const { return environment_; }
 
@@ -119,6 +129,10 @@ class Excel_OutputDB {
 
   // A file of buffer Output_ch is written: counted, and told.
   void FileWritten(int32_t Output_ch, const LogFileName& name, bool rowsKept);
+  // Steps 11 to 13 of both workbook kinds: yield, save, close, and empty the
+  // array; in the background at a rollover.
+  void SaveWorkbook(ExcelApplication& excel, const LogFileName& name, TakenLogName& taken,
+                    int32_t Output_ch, CompactCellTable& array);
   int64_t& BufferRows(int32_t Output_ch) { return bufferRows_[Output_ch == 1 ? 0 : 1]; }
 
   LogEnvironment environment_;
@@ -130,6 +144,15 @@ class Excel_OutputDB {
   std::string row_;
   int64_t rowsLogged_ = 0;
   int32_t filesWritten_ = 0;
+  bool rollingOver_ = false;
+  // The workbook being saved in the background. Declared after the arrays
+  // it reads, so that it is waited for before they go.
+  struct WorkbookInFlight {
+    LogFileName name;
+    int32_t Output_ch = 1;
+    std::unique_ptr<BackgroundTask> save;
+  };
+  std::optional<WorkbookInFlight> inFlight_;
 };
 
 }  // namespace tavelin

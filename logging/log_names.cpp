@@ -166,10 +166,14 @@ LogFileName LogFilePath(ELM327_Info& device, const LocalTime& now, std::string& 
   return name;
 }
 
-TakenLogName::~TakenLogName() {
-  if (written_ || name_.overwrites) return;
+void GiveBackLogName(const LogFileName& name) {
+  if (name.overwrites) return;
   std::error_code ignored;
-  std::filesystem::remove(name_.path, ignored);
+  std::filesystem::remove(name.path, ignored);
+}
+
+TakenLogName::~TakenLogName() {
+  if (!written_) GiveBackLogName(name_);
 }
 
 }  // namespace tavelin

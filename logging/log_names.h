@@ -42,8 +42,11 @@ LogFileName LogFilePath(ELM327_Info& device, const LocalTime& now, std::string& 
                         std::string& FileName_No, const std::string& FolderName,
                         const LogEnvironment& environment);
 
-// A taken name given back when its file could not be written: the empty
-// file goes, unless it was there before (a file written over).
+// Gives back a taken name whose file could not be written: the empty file
+// goes, unless it was there before (a file written over).
+void GiveBackLogName(const LogFileName& name);
+
+// A taken name given back (GiveBackLogName) unless its file was written.
 class TakenLogName {
  public:
   explicit TakenLogName(const LogFileName& name) : name_(name) {}

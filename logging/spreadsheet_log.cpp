@@ -42,16 +42,34 @@ Worksheet& StartWorkbook(ExcelApplication& excel, const ELM327_Info& device,
   return sheet;
 }
 
-// Steps 11 to 13: yield, save, close, and empty the array.
-void SaveAndEmpty(ExcelApplication& excel, const std::string& path,
-                  const LogEnvironment& environment, CompactCellTable& array) {
-  Yield(environment);
-  excel.ActiveWorkbook().SaveAs(path);
-  excel.ActiveWorkbook().Close();
-  Excel_OutputDB::Arayy_ALL_Clear_zero_string(20000, 128, array);
-}
-
 }  // namespace
+
+void Excel_OutputDB::SaveWorkbook(ExcelApplication& excel, const LogFileName& name,
+                                  TakenLogName& taken, int32_t Output_ch, CompactCellTable& array) {
+  Yield(environment_);
+  if (rollingOver_) {
+    // Nothing else touches this array until the other one is full.
+    auto save = excel.ActiveWorkbook().SaveAsLater(name.path);
+    excel.ActiveWorkbook().Close();
+    taken.Written();  // from here the save gives the name back itself
+    inFlight_.emplace(
+        WorkbookInFlight{name, Output_ch, std::make_unique<BackgroundTask>([save, name, &array] {
+                           try {
+                             save();
+                           } catch (...) {
+                             GiveBackLogName(name);
+                             throw;
+                           }
+                           Arayy_ALL_Clear_zero_string(20000, 128, array);
+                         })});
+    return;
+  }
+  excel.ActiveWorkbook().SaveAs(name.path);
+  excel.ActiveWorkbook().Close();
+  Arayy_ALL_Clear_zero_string(20000, 128, array);
+  taken.Written();
+  FileWritten(Output_ch, name, true);
+}
 
 void Excel_OutputDB::Arayy_ALL_Clear_zero_string(int32_t rows, int32_t columns,
                                                  CompactCellTable& array) {
@@ -161,9 +179,7 @@ void Excel_OutputDB::WriteBitWorkbook(int32_t Output_ch, USB_IO_IF& USB_IO, ELM3
   CompactCellTable& array = Output_ch == 1 ? data1_ : data2_;
   sheet.GetRange(sheet.cells(kFirstDataRow, 1), sheet.cells(kLastDataRow, width)).value(array);
   sheet.cells(kFirstDataRow, 1).AutoFilter(1);  // the bit kind: on the first data row
-  SaveAndEmpty(excel, name.path, environment_, array);
-  taken.Written();
-  FileWritten(Output_ch, name, true);
+  SaveWorkbook(excel, name, taken, Output_ch, array);
 }
 
 void Excel_OutputDB::WriteChWorkbook(int32_t Output_ch, KVR_USB_Probe* USB_Probe, USB_IO_IF& USB_IO,
@@ -211,9 +227,7 @@ void Excel_OutputDB::WriteChWorkbook(int32_t Output_ch, KVR_USB_Probe* USB_Probe
       column += 1;
     }
   }
-  SaveAndEmpty(excel, name.path, environment_, array);
-  taken.Written();
-  FileWritten(Output_ch, name, true);
+  SaveWorkbook(excel, name, taken, Output_ch, array);
 }
 
 }  // namespace tavelin

@@ -175,7 +175,10 @@ void FormBG::SamplingLoop(Side side) {
     while (View().RxFlag == 1) {
       const double now = kvr100_.kv_timeGetTime();
       ReadDevices(side);
-      if (Device().t_LogSave_Enable == 1) LogStep(now, side);
+      if (Device().t_LogSave_Enable == 1) {
+        LogStep(now, side);
+        Excel_DB.CollectFinishedFiles();
+      }
       if (journal_) journal_->Flush(now);
       pump_.DoEvents();
     }

@@ -33,7 +33,8 @@ void UpdateAnalysis(double value, double& maximum, double& minimum, double& aver
 // The sampling engine: owns one sampling run from Connect to Disconnect.
 // The acquisition loop samples as fast as the devices answer and pumps
 // messages once a pass; a 30 ms timer repaints the view and keeps the
-// analysis. Everything runs on the one thread.
+// analysis. Everything runs on the one thread, but for the save of a
+// workbook at a rollover (see Excel_OutputDB).
 class FormBG {
  public:
   // The log's name search and workbook write yield to `pump` where the

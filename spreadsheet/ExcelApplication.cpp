@@ -154,6 +154,12 @@ void Workbook::SaveAs(const std::string& path) {
   WriteXls(sheet_.Data(), path);
 }
 
+std::function<void()> Workbook::SaveAsLater(const std::string& path) {
+  auto sheet = std::make_shared<const SheetData>(std::move(sheet_.Data()));
+  sheet_.Data() = SheetData();
+  return [sheet, path] { WriteXls(*sheet, path); };
+}
+
 Workbook& ExcelApplication::Add() {
   workbook_ = std::make_unique<Workbook>();
   return *workbook_;

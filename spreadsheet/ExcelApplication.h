@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -74,6 +75,10 @@ class Workbook {
   Worksheet& ActiveSheet() { return sheet_; }
   // Writes the workbook as a BIFF8 .xls file, replacing one at the path.
   void SaveAs(const std::string& path);
+  // The same save as work to run later, on any thread: it takes the sheet
+  // with it and leaves the workbook empty. The arrays pushed into the sheet
+  // are read when it runs, so they must stay as they are until then.
+  std::function<void()> SaveAsLater(const std::string& path);
   void Close() {}
 
  private:
