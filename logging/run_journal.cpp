@@ -13,14 +13,17 @@
 namespace tavelin {
 namespace {
 
-// A name that sorts by the run's start and stays apart from other runs'.
-std::string JournalName(const JournalHead& head) {
+// A name that sorts by the run's start and stays apart from other runs',
+// also from a run of the same program that started in the same second.
+std::string JournalName(const JournalHead& head, int attempt) {
   const std::time_t start = static_cast<std::time_t>(head.startSeconds);
   std::tm parts{};
   localtime_r(&start, &parts);
   char stamp[32];
   std::strftime(stamp, sizeof stamp, "%Y%m%d-%H%M%S", &parts);
-  return std::string(stamp) + "-" + std::to_string(::getpid()) + kJournalSuffix;
+  std::string name = std::string(stamp) + "-" + std::to_string(::getpid());
+  if (attempt > 0) name += "-" + std::to_string(attempt);
+  return name + kJournalSuffix;
 }
 
 bool WriteAll(int fd, std::string_view bytes) {
@@ -39,8 +42,13 @@ std::unique_ptr<RunJournal> RunJournal::Start(const std::string& folder, const J
                                               std::string& why) {
   std::error_code error;
   std::filesystem::create_directories(folder, error);
-  const std::string path = folder + "/" + JournalName(head);
-  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  std::string path;
+  int fd = -1;
+  for (int attempt = 0; fd < 0 && attempt < 100; ++attempt) {
+    path = folder + "/" + JournalName(head, attempt);
+    fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd < 0 && errno != EEXIST) break;
+  }
   if (fd < 0) {
     why = path + ": " + std::strerror(errno);
     return nullptr;

@@ -128,8 +128,13 @@ TEST(Journal, TheWriterBatchesCutsAndFinishes) {
   auto finished = RunJournal::Start(folder.Path().string() + "/more", BitHead(), why);
   const std::string finishedPath = finished->Path();
   finished->AddRow(0, std::string(2, '\0'));
+  // A second run of the same process in the same second keeps its own.
+  auto next = RunJournal::Start(folder.Path().string() + "/more", BitHead(), why);
+  ASSERT_TRUE(next) << why;
+  EXPECT_NE(next->Path(), finishedPath);
   finished->Finish();
   EXPECT_FALSE(fs::exists(finishedPath));
+  next->Finish();
 }
 
 TEST(Journal, ALeftoverIsFoundOnceItsRunHasGoneAndAnUnreadableOneIsKeptAside) {
