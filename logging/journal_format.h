@@ -13,13 +13,14 @@ namespace tavelin {
 // The journal of a logged run: what a writer needs to make the run's logs
 // again, and the run's rows as they come, in a compact binary form.
 //
-//   "TAVJ" version(u16) headLength(u32) head crc32(u32)
+//   "TAVJ" version(u16) headLength(u32) head crc(u32)
 //   then records, each checked on its own:
-//   'R' time(f64) values crc32   a row
-//   'N' length(u32) path crc32   a log file's name taken, its write begun
-//   'F' length(u32) mark crc32   a log file written: the rows so far are in files
+//   'R' time(f64) values crc   a row
+//   'N' length(u32) path crc   a log file's name taken, its write begun
+//   'F' length(u32) mark crc   a log file written: the oldest rows are in files
 //
-// Numbers are little-endian; texts are a u32 byte count and UTF-8 bytes.
+// Numbers are little-endian; texts are a u32 byte count and UTF-8 bytes;
+// each crc is the CRC-32C of the record's bytes before it.
 
 inline constexpr uint16_t kJournalVersion = 1;
 

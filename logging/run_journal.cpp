@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -21,9 +22,10 @@ std::string JournalName(const JournalHead& head, int attempt) {
   localtime_r(&start, &parts);
   char stamp[32];
   std::strftime(stamp, sizeof stamp, "%Y%m%d-%H%M%S", &parts);
-  std::string name = std::string(stamp) + "-" + std::to_string(::getpid());
-  if (attempt > 0) name += "-" + std::to_string(attempt);
-  return name + kJournalSuffix;
+  std::string name(stamp);
+  name.append("-").append(std::to_string(::getpid()));
+  if (attempt > 0) name.append("-").append(std::to_string(attempt));
+  return name.append(kJournalSuffix);
 }
 
 bool WriteAll(int fd, std::string_view bytes) {
@@ -65,48 +67,79 @@ std::unique_ptr<RunJournal> RunJournal::Start(const std::string& folder, const J
 }
 
 RunJournal::RunJournal(std::string path, int fd, JournalHead head, std::size_t headBytes)
-    : path_(std::move(path)), fd_(fd), head_(std::move(head)), headBytes_(headBytes) {
-  pending_.reserve(1 << 16);
+    : path_(std::move(path)),
+      fd_(fd),
+      head_(std::move(head)),
+      headBytes_(headBytes),
+      rowBytes_(1 + 8 + head_.ValueBytes() + 4),
+      syncer_([this] { SyncLoop(); }) {
+  unfiled_.reserve(1 << 16);
 }
 
 RunJournal::~RunJournal() {
+  if (fd_ >= 0) Write();
+  {
+    const std::lock_guard lock(syncMutex_);
+    stopSyncing_ = true;
+  }
+  syncWanted_.notify_one();
+  syncer_.join();
   if (fd_ < 0) return;
-  Write();
-  Sync();
+  if (unsynced_ && !failed_) ::fdatasync(fd_);
   ::close(fd_);
 }
 
+void RunJournal::SyncLoop() {
+  std::unique_lock lock(syncMutex_);
+  for (;;) {
+    syncWanted_.wait(lock, [this] { return syncRequested_ || stopSyncing_; });
+    if (stopSyncing_) return;
+    syncRequested_ = false;
+    syncing_ = true;
+    const int fd = fd_;
+    lock.unlock();
+    ::fdatasync(fd);
+    lock.lock();
+    syncing_ = false;
+    syncDone_.notify_all();
+  }
+}
+
 void RunJournal::AddRow(double time, std::string_view values) {
-  AppendRow(pending_, time, values);
-  ++rows_;
+  AppendRow(unfiled_, time, values);
 }
 
 void RunJournal::Flush(double nowMs) {
-  if (!pending_.empty() && nowMs - lastWriteMs_ >= kWriteEveryMs) {
+  if (written_ < unfiled_.size() && nowMs - lastWriteMs_ >= kWriteEveryMs) {
     Write();
     lastWriteMs_ = nowMs;
   }
   if (unsynced_ && nowMs - lastSyncMs_ >= kSyncEveryMs) {
-    Sync();
+    SyncInBackground();
     lastSyncMs_ = nowMs;
   }
 }
 
-// The file holds every row since the last one (a csv file at a rollover
-// leaves them out, as the run must): the journal is cut back to its head and
-// its file notes, this one added.
 void RunJournal::NoteFile(const WrittenLog& log) {
   if (failed_ || fd_ < 0) return;
-  AppendMark(marks_, {rows_, log.overwrote, log.path});
-  pending_.clear();
+  const std::size_t inFile = static_cast<std::size_t>(log.rowsInFile + log.rowsDiscarded);
+  const std::size_t cut = std::min(inFile * rowBytes_, unfiled_.size());
+  filedRows_ += static_cast<int64_t>(cut / rowBytes_);
+  AppendMark(marks_, {filedRows_, log.overwrote, log.path});
+  unfiled_.erase(0, cut);
+  pending_.clear();  // the name of this file, now noted as written
+  WaitForSync();     // no sync of the old contents runs on while they are cut
   if (::ftruncate(fd_, static_cast<off_t>(headBytes_)) != 0 ||
       ::lseek(fd_, static_cast<off_t>(headBytes_), SEEK_SET) < 0) {
     failed_ = true;
     return;
   }
+  written_ = 0;
   pending_ = marks_;
+  if (!WriteAll(fd_, pending_)) failed_ = true;
+  pending_.clear();
   Write();
-  Sync();
+  SyncInBackground();
 }
 
 void RunJournal::NoteName(const std::string& path) {
@@ -114,25 +147,40 @@ void RunJournal::NoteName(const std::string& path) {
   Write();
 }
 
+// The rows not yet in the file, then the name notes: in the order they came.
 void RunJournal::Write() {
-  if (pending_.empty() || failed_ || fd_ < 0) return;
-  if (!WriteAll(fd_, pending_)) {
+  if (failed_ || fd_ < 0) return;
+  const std::string_view rows = std::string_view(unfiled_).substr(written_);
+  if (rows.empty() && pending_.empty()) return;
+  if (!WriteAll(fd_, rows) || !WriteAll(fd_, pending_)) {
     failed_ = true;
     std::cerr << "tavelin: the run's journal " << path_ << " takes no more rows ("
               << std::strerror(errno) << "); the run goes on without it\n";
   }
+  written_ = unfiled_.size();
   pending_.clear();
   unsynced_ = true;
 }
 
-void RunJournal::Sync() {
+void RunJournal::SyncInBackground() {
   if (!unsynced_ || failed_ || fd_ < 0) return;
-  ::fdatasync(fd_);
   unsynced_ = false;
+  {
+    const std::lock_guard lock(syncMutex_);
+    syncRequested_ = true;
+  }
+  syncWanted_.notify_one();
+}
+
+void RunJournal::WaitForSync() {
+  std::unique_lock lock(syncMutex_);
+  syncDone_.wait(lock, [this] { return !syncing_ && !syncRequested_; });
 }
 
 void RunJournal::Finish() {
   if (fd_ < 0) return;
+  WaitForSync();
+  const std::lock_guard lock(syncMutex_);  // the syncer reads fd_
   ::close(fd_);
   fd_ = -1;
   ::unlink(path_.c_str());

@@ -59,11 +59,15 @@ def recover(cli, environment):
 
 
 def kill_table(killed_run, cli):
-    """A run killed before its first file, just after a rollover and in the
-    middle of a file write: the files written and the recovered ones hold
-    every row the journal had, in order, with their values."""
+    """A run killed before its first file, just after a rollover, in the
+    middle of a file write and while a rollover's workbook is saved: the
+    files written and the recovered ones hold every row the journal had, in
+    order, with their values, once each."""
     for log_format in ("csv", "xls"):
-        for point in ("before-first-file", "after-rollover", "during-write"):
+        points = ["before-first-file", "after-rollover", "during-write"]
+        if log_format == "xls":
+            points.append("during-save")
+        for point in points:
             case = "%s %s" % (log_format, point)
             with tempfile.TemporaryDirectory() as work:
                 folder, state = os.path.join(work, "logs"), os.path.join(work, "state")

@@ -1,11 +1,12 @@
 // A logged run that dies as a killed process does, with no cleanup at all,
 // at a chosen point:
 //   tavelin_killed_run FORMAT POINT FOLDER
-// FORMAT csv or xls; POINT before-first-file, after-rollover or
-// during-write. The run logs one row a pass on a clock that moves 1 ms a
-// pass, from a scripted module whose input is the pass number mod 256, into
-// FOLDER; its journal goes where XDG_STATE_HOME says. Prints the number of
-// rows logged before it dies.
+// FORMAT csv or xls; POINT before-first-file, after-rollover (once the
+// rollover's file is told), during-write (at its yield) or, for xls,
+// during-save (while the rollover's workbook is saved in the background). The run logs one row a
+// pass on a clock that moves 1 ms a pass, from a scripted module whose input is the pass number mod
+// 256, into FOLDER; its journal goes where XDG_STATE_HOME says. Prints the number of rows logged
+// before it dies.
 #include <unistd.h>
 
 #include <cstdio>
@@ -72,7 +73,11 @@ int main(int argc, char** argv) {
     // A name taken already makes the csv write's name search yield.
     TakeFileName(JoinPath(folder, "SD" + FileNameDate(NowLocal()) + "-001.csv"));
   }
-  environment.logWritten = [&](const WrittenLog&) { writing = false; };
+  int toldAt = 0;  // the pass at which the rollover's file was told
+  environment.logWritten = [&](const WrittenLog&) {
+    writing = false;
+    toldAt = passes;
+  };
   PolledEventLoop loop(FakeClock);
   PolledTimer timerBackView(loop, kSamplingTimerIntervalMs);
   PolledTimer timerUsbProbe(loop, kSamplingTimerIntervalMs);
@@ -86,7 +91,8 @@ int main(int argc, char** argv) {
   loop.OnIdle([&] {
     ++passes;
     if (point == "before-first-file" && passes == 5000) Die(rows());
-    if (point == "after-rollover" && passes == kFullBuffer + 300) Die(rows());
+    if (point == "after-rollover" && toldAt > 0 && passes == toldAt + 300) Die(rows());
+    if (point == "during-save" && passes == kFullBuffer + 1) Die(rows());
     // The next pass logs the row that fills the buffer: its file follows.
     writing = passes == kFullBuffer - 1;
     g_now += 1.0;

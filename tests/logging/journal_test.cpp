@@ -115,13 +115,15 @@ TEST(Journal, TheWriterBatchesCutsAndFinishes) {
   journal->AddRow(1, std::string(2, '\1'));
   journal->Flush(100);
   EXPECT_EQ(size(), headBytes + 2 * 15);
+  journal->AddRow(2, std::string(2, '\2'));  // logged before the file is noted, not in it
   journal->NoteFile({"/logs/SD26030214-001.csv", false, 2, 0});
-  journal->AddRow(2, std::string(2, '\2'));
+  journal->AddRow(3, std::string(2, '\3'));
   journal.reset();  // a run that did not end: the journal stays, its rows written
   const std::string bytes = test::ReadBytes(path);
   const JournalContents contents = ReadJournal(bytes);
-  ASSERT_EQ(contents.rows.size(), 1u);  // the two rows in the file left the journal
+  ASSERT_EQ(contents.rows.size(), 2u);  // the two rows in the file left the journal
   EXPECT_EQ(contents.rows[0].time, 2.0);
+  EXPECT_EQ(contents.rows[1].time, 3.0);
   ASSERT_EQ(contents.marks.size(), 1u);
   EXPECT_EQ(contents.marks[0].path, "/logs/SD26030214-001.csv");
 
