@@ -5,6 +5,7 @@
 
 #include <array>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <vector>
 
@@ -43,8 +44,8 @@ bool ReadRecordBytes(const std::string& path, std::size_t limit, std::string& by
   return !in.bad();
 }
 
-// Writes from the start of the file and leaves a longer old tail in place.
-bool WriteFromStart(const std::string& path, const std::string& bytes) {
+// Writes from the start of the file in place, leaving a longer old tail.
+bool WriteInPlace(const std::string& path, const std::string& bytes) {
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
   if (fd < 0) return false;
   std::size_t done = 0;
@@ -56,6 +57,38 @@ bool WriteFromStart(const std::string& path, const std::string& bytes) {
   }
   const bool closed = close(fd) == 0;
   return done == bytes.size() && closed;
+}
+
+constexpr std::size_t kLongestKeptTail = 1 << 20;
+
+// Writes from the start of the file and leaves a longer old tail as it was,
+// through a file put in place whole, so that a crash or a power cut during
+// the write leaves the old settings or the new ones. A tail over a megabyte
+// (a file broken by hand) is not copied: that file is written in place.
+bool WriteFromStart(const std::string& path, const std::string& bytes) {
+  std::error_code error;
+  const auto oldSize = std::filesystem::file_size(path, error);
+  const std::size_t tail = !error && oldSize > bytes.size() ? oldSize - bytes.size() : 0;
+  if (tail > kLongestKeptTail) return WriteInPlace(path, bytes);
+  std::string whole = bytes;
+  if (tail > 0) {
+    std::ifstream in(path, std::ios::binary);
+    in.seekg(static_cast<std::streamoff>(bytes.size()));
+    whole.resize(bytes.size() + tail);
+    in.read(whole.data() + bytes.size(), static_cast<std::streamsize>(tail));
+    if (!in) return WriteInPlace(path, bytes);
+  }
+  const auto rights = std::filesystem::status(path, error).permissions();
+  const bool existed = !error && std::filesystem::exists(path, error);
+  try {
+    TextStream file = CreateTextFile(path);
+    file.Write(whole);
+    file.Close();
+    if (existed) std::filesystem::permissions(path, rights, error);  // as the user left them
+    return true;
+  } catch (const FileError&) {
+    return WriteInPlace(path, bytes);  // a folder that takes no new file, a file that may change
+  }
 }
 
 template <typename Target, typename Apply>

@@ -217,8 +217,13 @@ TEST_F(SettingsFiles, AShorterRecordOverALongerFileKeepsTheTailAndReadsWell) {
   ASSERT_EQ(Write_Config(device, Folder()), kWritten);
   const auto longSize = fs::file_size(File(kConfigFile));
   device.t_LogComment = "short";
+  fs::permissions(File(kConfigFile), fs::perms::owner_read | fs::perms::owner_write);
+  const auto before = fs::status(File(kConfigFile));
   ASSERT_EQ(Write_Config(device, Folder()), kWritten);
   EXPECT_EQ(fs::file_size(File(kConfigFile)), longSize);
+  // Put in place whole, with the old file's rights, and nothing beside it.
+  EXPECT_EQ(fs::status(File(kConfigFile)).permissions(), before.permissions());
+  EXPECT_EQ(std::distance(fs::directory_iterator(Folder()), {}), 1);
   ELM327_Info read;
   EXPECT_EQ(Read_Config(read, Folder()), kRead);
   EXPECT_EQ(read.t_LogComment, "short");
