@@ -30,10 +30,14 @@ SharedLibrary SharedLibrary::Open(const std::string& path) {
 }
 
 void* SharedLibrary::EntryPoint(const char* name) const {
-  dlerror();
-  void* address = dlsym(handle_.get(), name);
+  void* address = OptionalEntryPoint(name);
   if (address == nullptr) throw LibraryError(path_ + ": no entry point " + name);
   return address;
+}
+
+void* SharedLibrary::OptionalEntryPoint(const char* name) const {
+  dlerror();
+  return dlsym(handle_.get(), name);
 }
 
 LoadedLibrary<Kvr100EntryPoints> LoadKvr100(const std::string& folder) {
@@ -55,6 +59,8 @@ LoadedLibrary<UsbIoEntryPoints> LoadKvrUsbIo(const std::string& folder) {
   Resolve(loaded.library, api.close_All_USBIO, "close_All_USBIO");
   Resolve(loaded.library, api.close_USBIO, "close_USBIO");
   Resolve(loaded.library, api.kr_usbio_Version, "kr_usbio_Version");
+  api.describe_USBIO =
+      reinterpret_cast<describe_USBIO_fn>(loaded.library.OptionalEntryPoint("describe_USBIO"));
   return loaded;
 }
 
@@ -68,6 +74,8 @@ LoadedLibrary<UsbProbeEntryPoints> LoadKvrUsbProbe(const std::string& folder) {
   Resolve(loaded.library, api.close_All_USBProbe, "close_All_USBProbe");
   Resolve(loaded.library, api.close_USBProbe, "close_USBProbe");
   Resolve(loaded.library, api.kr_usbprobe_Version, "kr_usbprobe_Version");
+  api.describe_USBProbe = reinterpret_cast<describe_USBProbe_fn>(
+      loaded.library.OptionalEntryPoint("describe_USBProbe"));
   return loaded;
 }
 

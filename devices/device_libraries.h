@@ -28,6 +28,8 @@ struct UsbIoEntryPoints {
   close_All_USBIO_fn close_All_USBIO = nullptr;
   close_USBIO_fn close_USBIO = nullptr;
   kr_usbio_Version_fn kr_usbio_Version = nullptr;
+  // Where the library has it: what stands on a channel, for `devices`.
+  describe_USBIO_fn describe_USBIO = nullptr;
 };
 
 struct UsbProbeEntryPoints {
@@ -37,6 +39,7 @@ struct UsbProbeEntryPoints {
   close_All_USBProbe_fn close_All_USBProbe = nullptr;
   close_USBProbe_fn close_USBProbe = nullptr;
   kr_usbprobe_Version_fn kr_usbprobe_Version = nullptr;
+  describe_USBProbe_fn describe_USBProbe = nullptr;  // where the library has it
 };
 
 // A device library that cannot be opened, or lacks an entry point.
@@ -55,6 +58,8 @@ class SharedLibrary {
 
   // The address of an exported entry point; throws LibraryError when absent.
   void* EntryPoint(const char* name) const;
+  // The same, or null when the library has none of that name.
+  void* OptionalEntryPoint(const char* name) const;
 
  private:
   struct Closer {

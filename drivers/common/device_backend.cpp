@@ -9,22 +9,13 @@
 #include <thread>
 #include <vector>
 
+#include "hid_backend.h"
+
 namespace kvr {
 namespace {
 
 constexpr int kMaxChannels = 16;
 constexpr const char* kSimulationVariable = "KVR_SIMULATION";
-
-class NoHardwareBackend final : public DeviceBackend {
- public:
-  void Rescan() override {}
-  bool Present(int) const override { return false; }
-  bool Prepared(int) const override { return false; }
-  void BeginReads() override {}
-  bool Read(int, double, int32_t*) override { return false; }
-  bool WriteSettings(int) override { return false; }
-  void Close(int) override {}
-};
 
 class SimulatedBackend final : public DeviceBackend {
  public:
@@ -80,6 +71,12 @@ class SimulatedBackend final : public DeviceBackend {
 
   void Close(int) override {}
 
+  std::string Describe(int channel) const override {
+    if (!Present(channel)) return {};
+    const char* path = std::getenv(kSimulationVariable);
+    return std::string("simulation\t") + (path != nullptr ? path : "");
+  }
+
  private:
   struct Device {
     SimulatedDeviceLine line;
@@ -104,10 +101,10 @@ class SimulatedBackend final : public DeviceBackend {
 }  // namespace
 
 DeviceBackend& SelectBackend(DeviceFamily family) {
-  static NoHardwareBackend hardware;
   static SimulatedBackend simulated(family);
   if (std::getenv(kSimulationVariable) != nullptr) return simulated;
-  return hardware;
+  static HidBackend hid(family, SystemHidPort);
+  return hid;
 }
 
 std::unique_ptr<DeviceBackend> MakeSimulatedBackend(DeviceFamily family) {

@@ -1,6 +1,7 @@
 #pragma once
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "simulation_file.h"
 
@@ -23,11 +24,14 @@ class DeviceBackend {
   virtual bool Read(int channel, double nowMs, int32_t* out) = 0;
   virtual bool WriteSettings(int channel) = 0;
   virtual void Close(int channel) = 0;
+  // The backend and the place of the device on a channel, a tab between
+  // them ("hid\t/dev/hidraw3"), for a user wiring a bench; empty for none.
+  virtual std::string Describe(int channel) const = 0;
 };
 
 // The simulated devices of the file named by KVR_SIMULATION when it is set,
-// else the hardware (none is supported yet: nothing is found). Chosen afresh
-// at each search; the simulated backend keeps its state for the process life.
+// else the USB HID devices of our protocol. Chosen afresh at each search;
+// each backend keeps its state for the process life.
 DeviceBackend& SelectBackend(DeviceFamily family);
 
 // The simulated backend on its own, for tests of the library internals.

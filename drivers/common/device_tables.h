@@ -1,5 +1,8 @@
 #pragma once
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <string>
 
 #include "device_backend.h"
 
@@ -32,8 +35,9 @@ struct SearchTables {
   int32_t* DeviceWork_B;
 };
 
-// Marks each accepted device in the tables; channels without one get -1.
-// Returns the number found.
+// Marks each accepted device in the tables; channels without one get -1,
+// and a device the search does not hand out is closed again. Returns the
+// number found.
 template <typename Accept>
 int SearchInto(DeviceBackend& backend, const SearchTables& t, Accept accept) {
   backend.Rescan();
@@ -45,10 +49,23 @@ int SearchInto(DeviceBackend& backend, const SearchTables& t, Accept accept) {
       t.DeviceWork_A[c] = c;
       t.DeviceWork_B[c] = 1;
     } else {
+      backend.Close(c);
       t.HidCh[c] = -1;
     }
   }
   return found;
+}
+
+// A device's description into a caller's buffer of `size` bytes, cut to
+// fit with its terminating zero; the whole text's length.
+inline int32_t DescribeInto(const DeviceBackend& backend, int channel, char* text, int32_t size) {
+  const std::string described = backend.Describe(channel);
+  if (text != nullptr && size > 0) {
+    const std::size_t fits = std::min(described.size(), static_cast<std::size_t>(size - 1));
+    std::memcpy(text, described.data(), fits);
+    text[fits] = '\0';
+  }
+  return static_cast<int32_t>(described.size());
 }
 
 }  // namespace kvr

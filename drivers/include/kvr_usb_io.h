@@ -29,6 +29,11 @@ KVR_EXPORT int16_t setting_write_USBIO(int32_t* DeviceHandle, int32_t max_device
 KVR_EXPORT int16_t close_All_USBIO(int32_t* DeviceHandle, int32_t max_device);
 KVR_EXPORT int16_t close_USBIO(int32_t* DeviceHandle, int32_t channel);
 KVR_EXPORT int16_t kr_usbio_Version(char* buffer);
+// What stands on a channel after a search, for a user wiring a bench: the
+// backend and the device's place with a tab between ("hid\t/dev/hidraw3"),
+// cut to fit `size` bytes with its terminating zero. Returns the whole
+// text's length; 0 when nothing was found there. The program does not call it.
+KVR_EXPORT int32_t describe_USBIO(int32_t channel, char* text, int32_t size);
 
 using search_USBIO_fn = decltype(&search_USBIO);
 using recive_USBIO_fn = decltype(&recive_USBIO);
@@ -37,3 +42,4 @@ using setting_write_USBIO_fn = decltype(&setting_write_USBIO);
 using close_All_USBIO_fn = decltype(&close_All_USBIO);
 using close_USBIO_fn = decltype(&close_USBIO);
 using kr_usbio_Version_fn = decltype(&kr_usbio_Version);
+using describe_USBIO_fn = decltype(&describe_USBIO);

@@ -21,6 +21,8 @@ KVR_EXPORT int32_t dataCalculation_USBProbe(int32_t* HidCh, int32_t max_device,
 KVR_EXPORT int32_t close_All_USBProbe(int32_t* DeviceHandle, int32_t max_device);
 KVR_EXPORT int32_t close_USBProbe(int32_t* DeviceHandle, int32_t channel);
 KVR_EXPORT int32_t kr_usbprobe_Version(char* buffer);
+// As describe_USBIO, for the probe on a channel.
+KVR_EXPORT int32_t describe_USBProbe(int32_t channel, char* text, int32_t size);
 
 using search_USBProbe_fn = decltype(&search_USBProbe);
 using recive_USBProbe_fn = decltype(&recive_USBProbe);
@@ -28,3 +30,4 @@ using dataCalculation_USBProbe_fn = decltype(&dataCalculation_USBProbe);
 using close_All_USBProbe_fn = decltype(&close_All_USBProbe);
 using close_USBProbe_fn = decltype(&close_USBProbe);
 using kr_usbprobe_Version_fn = decltype(&kr_usbprobe_Version);
+using describe_USBProbe_fn = decltype(&describe_USBProbe);

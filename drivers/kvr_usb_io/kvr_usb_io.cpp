@@ -154,3 +154,8 @@ KVR_EXPORT int16_t kr_usbio_Version(char* buffer) {
   kvr::FillVersionText(buffer, "Ver1.00");
   return 1;
 }
+
+KVR_EXPORT int32_t describe_USBIO(int32_t channel, char* text, int32_t size) {
+  if (channel < 0 || channel >= kvr::kUsbIoChannels) return 0;
+  return kvr::DescribeInto(Backend(), channel, text, size);
+}

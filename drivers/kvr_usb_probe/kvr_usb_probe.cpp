@@ -99,3 +99,8 @@ KVR_EXPORT int32_t kr_usbprobe_Version(char* buffer) {
   kvr::FillVersionText(buffer, "Ver1.00");
   return 1;
 }
+
+KVR_EXPORT int32_t describe_USBProbe(int32_t channel, char* text, int32_t size) {
+  if (channel < 0 || channel >= kProbeChannels) return 0;
+  return kvr::DescribeInto(Backend(), channel, text, size);
+}

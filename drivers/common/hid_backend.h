@@ -1,0 +1,96 @@
+#pragma once
+#include <array>
+#include <atomic>
+#include <bitset>
+#include <condition_variable>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "device_backend.h"
+#include "hid_port.h"
+#include "hid_protocol.h"
+#include "signal_source.h"
+
+namespace kvr {
+
+// USB HID modules or probes of our protocol (docs/hid-protocol.md), found by
+// their usage whatever their vendor and product ids, and known by the
+// channel number each one reports.
+//
+// A reader thread of its own waits on every device at once and keeps each
+// device's newest input report; a pass (BeginReads) waits at most a few
+// milliseconds for a report newer than the last pass's, so a run is paced
+// by the USB frames instead of spinning, and takes the newest input of
+// every device without a system call of its own. A device whose read fails
+// is lost: it keeps its last input, and once a second the reader looks for
+// a device of the same channel and marker and takes it back in its place.
+class HidBackend final : public DeviceBackend {
+ public:
+  using PortSource = const KvrHidPort* (*)();
+  static constexpr int kWaitForInputMs = 4;
+  static constexpr double kLookAgainMs = 1000.0;
+
+  HidBackend(DeviceFamily family, PortSource port);
+  // Stops the reader; what is open is left to the end of the process.
+  ~HidBackend() override;
+  HidBackend(const HidBackend&) = delete;
+  HidBackend& operator=(const HidBackend&) = delete;
+
+  void Rescan() override;
+  bool Present(int channel) const override;
+  bool Prepared(int channel) const override;
+  void BeginReads() override;
+  bool Read(int channel, double nowMs, int32_t* out) override;
+  bool WriteSettings(int channel) override;
+  void Close(int channel) override;
+  std::string Describe(int channel) const override;
+
+ private:
+  struct Slot {
+    void* device = nullptr;  // the port's handle, null when none is open
+    std::string path;
+    int marker = 0;
+    bool lost = false;  // unplugged during a run: looked for again
+    bool garbledSaid = false;
+    std::array<int32_t, kProbeInputs> input{};
+  };
+  struct Identified {
+    void* device = nullptr;
+    hid::Identity identity;
+  };
+
+  std::vector<std::string> OurPaths() const;
+  Identified OpenIdentified(const std::string& path, bool quiet);
+  const char* Noun() const;
+  void CloseAll();
+  void StartReader();
+  void StopReader();
+  void ReaderLoop();
+  bool Drain(int channel, void* device);
+  void LookForLost();
+
+  DeviceFamily family_;
+  PortSource portSource_;
+  const KvrHidPort* port_ = nullptr;
+  int channels_;
+
+  mutable std::mutex mutex_;  // the slots, between the caller and the reader
+  std::array<Slot, 16> slots_;
+  std::condition_variable freshInput_;
+  bool fresh_ = false;
+
+  // The input of the current pass, taken at BeginReads.
+  std::array<std::array<int32_t, kProbeInputs>, 16> taken_{};
+  std::bitset<16> takenLive_;
+
+  std::thread reader_;
+  std::atomic<bool> stopReader_{false};
+  int wake_[2] = {-1, -1};
+  double lastLook_ = 0.0;               // the reader's
+  std::set<std::string> refusedPaths_;  // said once, not again at each look
+};
+
+}  // namespace kvr

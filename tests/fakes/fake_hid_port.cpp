@@ -1,0 +1,287 @@
+// Fake USB HID devices behind the HID port interface, for tests with no
+// USB: each open handle is a socket pair whose datagrams are the device's
+// input reports, so the library's poll and reads run as on hidraw. Devices
+// come from the control functions (fake_hid_control.h) or, for a program
+// started by a test, from the file named by KVR_FAKE_HID, read at each
+// enumeration, one device a line:
+//   module PATH channel N [marker M] [version V]
+//   probe PATH channel N [marker M] [version V]
+//   other PATH                 (a HID interface of another usage)
+//   stream MS                  (every open handle gets a report each MS)
+#include <pthread.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "common/hid_port.h"
+#include "common/hid_protocol.h"
+#include "fake_hid_control.h"
+
+namespace {
+
+struct Device;
+
+struct Handle {
+  Device* device;
+  int ours;    // the library's end
+  int theirs;  // the device's end, -1 once unplugged
+};
+
+struct Device {
+  std::string path;
+  unsigned short page = 0, usage = 0;
+  std::vector<unsigned char> identity;
+  bool writeFails = false;
+  bool plugged = true;
+  std::vector<Handle*> handles;
+};
+
+std::mutex g_mutex;
+std::vector<std::unique_ptr<Device>> g_devices;  // unplugged ones stay for their handles
+std::string g_fileText;                          // the KVR_FAKE_HID text last read
+std::atomic<int> g_streamMs{0};
+std::thread g_feeder;
+
+Device* Plugged(const std::string& path) {
+  for (auto& d : g_devices) {
+    if (d->plugged && d->path == path) return d.get();
+  }
+  return nullptr;
+}
+
+void Unplug(Device& device) {
+  device.plugged = false;
+  for (Handle* h : device.handles) {
+    if (h->theirs >= 0) ::close(h->theirs);
+    h->theirs = -1;
+  }
+}
+
+void Plug(const std::string& path, unsigned short page, unsigned short usage,
+          std::vector<unsigned char> identity) {
+  if (Device* old = Plugged(path)) Unplug(*old);
+  auto device = std::make_unique<Device>();
+  device->path = path;
+  device->page = page;
+  device->usage = usage;
+  device->identity = std::move(identity);
+  g_devices.push_back(std::move(device));
+}
+
+void Feed() {
+  pthread_setname_np(pthread_self(), "fake-hid-feed");
+  unsigned count = 0;
+  while (g_streamMs > 0) {
+    {
+      const std::lock_guard lock(g_mutex);
+      ++count;
+      for (auto& d : g_devices) {
+        unsigned char report[kvr::hid::kProbeInputBytes] = {kvr::hid::kInputReport};
+        std::size_t bytes = kvr::hid::kModuleInputBytes;
+        report[1] = static_cast<unsigned char>(count);
+        if (d->usage == kvr::hid::kProbeUsage) {
+          bytes = kvr::hid::kProbeInputBytes;
+          for (std::size_t k = 0; k < 6; ++k)
+            report[1 + 2 * k] = static_cast<unsigned char>(count + k);
+        }
+        for (Handle* h : d->handles) {
+          if (h->theirs >= 0) ::send(h->theirs, report, bytes, MSG_DONTWAIT);
+        }
+      }
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(g_streamMs.load()));
+  }
+}
+
+void Stream(int everyMs) {
+  g_streamMs = everyMs;
+  if (everyMs > 0 && !g_feeder.joinable()) g_feeder = std::thread(Feed);
+  if (everyMs <= 0 && g_feeder.joinable()) g_feeder.join();
+}
+
+// Devices of the file named by KVR_FAKE_HID, when its text has changed.
+void ReadDeviceFile() {
+  const char* name = std::getenv("KVR_FAKE_HID");
+  if (name == nullptr) return;
+  std::ifstream file(name);
+  std::stringstream all;
+  all << file.rdbuf();
+  if (all.str() == g_fileText) return;
+  g_fileText = all.str();
+  for (auto& d : g_devices) {
+    if (d->plugged) Unplug(*d);
+  }
+  std::istringstream lines(g_fileText);
+  std::string line;
+  int stream = 0;
+  while (std::getline(lines, line)) {
+    std::istringstream words(line);
+    std::string kind, path, word;
+    words >> kind >> path;
+    if (kind == "stream") {
+      stream = std::atoi(path.c_str());
+      continue;
+    }
+    int channel = 0, marker = kind == "probe" ? kvr::hid::kProbeMarker : 0, version = 1;
+    while (words >> word) {
+      int value = 0;
+      words >> value;
+      if (word == "channel") channel = value;
+      if (word == "marker") marker = value;
+      if (word == "version") version = value;
+    }
+    if (kind == "other") {
+      Plug(path, 0x0001, 0x0006, {});
+    } else if (kind == "module" || kind == "probe") {
+      Plug(path, kvr::hid::kUsagePage,
+           kind == "module" ? kvr::hid::kModuleUsage : kvr::hid::kProbeUsage,
+           {kvr::hid::kIdentityReport, static_cast<unsigned char>(version),
+            static_cast<unsigned char>(channel), static_cast<unsigned char>(marker)});
+    }
+  }
+  if (stream > 0) Stream(stream);
+}
+
+// ---- the port ----
+
+int Enumerate(KvrHidEach each, void* context) {
+  std::vector<std::pair<std::string, std::pair<unsigned short, unsigned short>>> found;
+  {
+    const std::lock_guard lock(g_mutex);
+    ReadDeviceFile();
+    for (auto& d : g_devices) {
+      if (d->plugged) found.push_back({d->path, {d->page, d->usage}});
+    }
+  }
+  for (const auto& [path, usage] : found) {
+    const KvrHidDeviceInfo info{path.c_str(), usage.first, usage.second, 0x1209, 0x0001};
+    each(context, &info);
+  }
+  return 0;
+}
+
+void* Open(const char* path) {
+  const std::lock_guard lock(g_mutex);
+  Device* device = Plugged(path);
+  int pair[2];
+  if (device == nullptr || socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair) != 0) {
+    return nullptr;
+  }
+  auto* handle = new Handle{device, pair[0], pair[1]};
+  device->handles.push_back(handle);
+  return handle;
+}
+
+void Close(void* h) {
+  const std::lock_guard lock(g_mutex);
+  auto* handle = static_cast<Handle*>(h);
+  auto& handles = handle->device->handles;
+  handles.erase(std::remove(handles.begin(), handles.end(), handle), handles.end());
+  ::close(handle->ours);
+  if (handle->theirs >= 0) ::close(handle->theirs);
+  delete handle;
+}
+
+int GetFeature(void* h, unsigned char* data, size_t length) {
+  const std::lock_guard lock(g_mutex);
+  const Device& device = *static_cast<Handle*>(h)->device;
+  if (!device.plugged || device.identity.empty() || data[0] != device.identity[0]) return -1;
+  const std::size_t bytes = std::min(length, device.identity.size());
+  std::memcpy(data, device.identity.data(), bytes);
+  return static_cast<int>(bytes);
+}
+
+int SendFeature(void* h, const unsigned char* data, size_t length) {
+  const std::lock_guard lock(g_mutex);
+  Device& device = *static_cast<Handle*>(h)->device;
+  if (!device.plugged || device.writeFails) return -1;
+  if (length >= 2 && data[0] == kvr::hid::kStoreMarkerReport && device.identity.size() >= 4) {
+    device.identity[3] = data[1];
+  }
+  return static_cast<int>(length);
+}
+
+int InputFd(void* h) {
+  return static_cast<Handle*>(h)->ours;
+}
+
+int ReadInput(void* h, unsigned char* data, size_t length) {
+  const ssize_t n = ::recv(static_cast<Handle*>(h)->ours, data, length, MSG_DONTWAIT);
+  if (n > 0) return static_cast<int>(n);
+  if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR)) return 0;
+  return -1;  // the device's end is closed: unplugged
+}
+
+const KvrHidPort kPort{kKvrHidPortVersion, "fake hid",  Enumerate, Open,     Close,
+                       GetFeature,         SendFeature, InputFd,   ReadInput};
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) const KvrHidPort* kvr_hid_port() {
+  return &kPort;
+}
+
+extern "C" {
+
+__attribute__((visibility("default"))) void fake_hid_reset() {
+  Stream(0);
+  const std::lock_guard lock(g_mutex);
+  for (auto& d : g_devices) Unplug(*d);
+  g_fileText.clear();
+}
+
+__attribute__((visibility("default"))) void fake_hid_plug(const char* path, unsigned short page,
+                                                          unsigned short usage,
+                                                          const unsigned char* identity,
+                                                          size_t length) {
+  const std::lock_guard lock(g_mutex);
+  Plug(path, page, usage, std::vector<unsigned char>(identity, identity + length));
+}
+
+__attribute__((visibility("default"))) void fake_hid_unplug(const char* path) {
+  const std::lock_guard lock(g_mutex);
+  if (Device* device = Plugged(path)) Unplug(*device);
+}
+
+__attribute__((visibility("default"))) int fake_hid_send(const char* path,
+                                                         const unsigned char* report,
+                                                         size_t length) {
+  const std::lock_guard lock(g_mutex);
+  Device* device = Plugged(path);
+  if (device == nullptr) return 0;
+  int reached = 0;
+  for (Handle* h : device->handles) {
+    if (h->theirs >= 0 && ::send(h->theirs, report, length, MSG_DONTWAIT) > 0) ++reached;
+  }
+  return reached;
+}
+
+__attribute__((visibility("default"))) void fake_hid_fail_writes(const char* path, int fail) {
+  const std::lock_guard lock(g_mutex);
+  if (Device* device = Plugged(path)) device->writeFails = fail != 0;
+}
+
+__attribute__((visibility("default"))) int fake_hid_open_handles() {
+  const std::lock_guard lock(g_mutex);
+  int open = 0;
+  for (auto& d : g_devices) open += static_cast<int>(d->handles.size());
+  return open;
+}
+
+__attribute__((visibility("default"))) void fake_hid_stream(int every_ms) {
+  Stream(every_ms);
+}
+}
