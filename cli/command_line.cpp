@@ -90,6 +90,11 @@ CommandLine ParseCommandLine(const std::vector<std::string>& words) {
       ->type_name("DIR");
   recover->add_flag("--list", line.recover.list, "only list the journals left behind");
 
+  CLI::App* devices = app.add_subcommand(
+      "devices",
+      "list the USB-IO modules and probes the device libraries find: backend, channel, kind, "
+      "prepared or not, and where");
+
   const auto known = [&](const std::string& name) {
     for (const CLI::App* command : app.get_subcommands({})) {
       if (command->get_name() == name) return true;
@@ -111,7 +116,7 @@ CommandLine ParseCommandLine(const std::vector<std::string>& words) {
     line.output = status == 0 ? out.str() : err.str();
     return line;
   }
-  for (CLI::App* command : {monitor, record, settings, recover}) {
+  for (CLI::App* command : {monitor, record, settings, recover, devices}) {
     if (command->parsed()) line.command = command->get_name();
   }
   return line;

@@ -16,7 +16,7 @@ struct SettingsOptions {
 // The command line, read once: what to run and with which options. Text
 // that goes into settings or logs is valid UTF-8 by the time it is here.
 struct CommandLine {
-  std::string command;  // monitor, record, settings, recover
+  std::string command;  // monitor, record, settings, recover, devices
   RunOptions run;
   SettingsOptions settings;
   RecoverOptions recover;

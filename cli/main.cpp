@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "cli/command_line.h"
+#include "cli/devices_command.h"
 #include "cli/monitor_command.h"
 #include "cli/record_command.h"
 #include "cli/recover_command.h"
@@ -22,6 +23,7 @@ int main(int argc, char** argv) {
     if (line.command == "monitor") return RunMonitor(line.run, folder);
     if (line.command == "record") return RunRecord(line.run, folder);
     if (line.command == "recover") return RunRecover(line.recover, folder);
+    if (line.command == "devices") return RunDevices(folder);
     return RunSettings(line.settings, folder);
   } catch (const std::exception& error) {
     std::cerr << "tavelin-cli: " << error.what() << "\n";

@@ -1,0 +1,52 @@
+// tavelin-cli devices on fake USB devices: what a user wiring a bench sees.
+#include "cli/devices_command.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "support/fake_hid.h"
+#include "support/program_folder.h"
+
+namespace tavelin::cli {
+namespace {
+
+TEST(DevicesCommand, ListsModulesPreparedOrNotAndProbesWithTheirBackendAndPath) {
+  test::FakeHid hid;
+  hid.Module("/fake/plain", 5, 0);
+  hid.Module("/fake/prepared", 3);
+  hid.Probe("/fake/probe", 7);
+  test::ProgramFolder program;
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(RunDevices(program.Path()), 0);
+  const std::string listed = testing::internal::GetCapturedStdout();
+
+  std::istringstream lines(listed);
+  std::string heading, first, second, third, hint;
+  std::getline(lines, heading);
+  std::getline(lines, first);
+  std::getline(lines, second);
+  std::getline(lines, third);
+  std::getline(lines, hint);
+  // By channel, modules before probes; columns line up under the heading.
+  EXPECT_EQ(heading, "方式      Ch  種類      準備  場所");
+  EXPECT_EQ(first, "fake hid  3   USB-IO    済    /fake/prepared");
+  EXPECT_EQ(second, "fake hid  5   USB-IO    未    /fake/plain");
+  EXPECT_EQ(third, "fake hid  7   プローブ  -     /fake/probe");
+  EXPECT_NE(hint.find("マイコン設定書込"), std::string::npos) << listed;
+  EXPECT_EQ(hid.OpenHandles(), 0) << "the listing leaves nothing open";
+}
+
+TEST(DevicesCommand, SaysSoWhenThereIsNothingAndWhenALibraryIsMissing) {
+  std::ostringstream out;
+  PrintDevices({}, out);
+  EXPECT_EQ(out.str(), "デバイスは見つかりません\n");
+
+  test::ProgramFolder program({}, {kKvrUsbProbeFile});
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(RunDevices(program.Path()), 1);
+  EXPECT_NE(testing::internal::GetCapturedStderr().find("libkvr_usb_probe.so"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tavelin::cli
