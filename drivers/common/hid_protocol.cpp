@@ -52,8 +52,9 @@ std::array<uint8_t, 2> StoreMarker(uint8_t marker) {
 }
 
 std::optional<TopUsage> TopUsageOf(std::span<const uint8_t> descriptor) {
-  TopUsage top;
-  bool haveUsage = false;
+  uint16_t page = 0;  // the global usage page
+  std::optional<TopUsage> usage;
+  bool extended = false;
   for (std::size_t at = 0; at < descriptor.size();) {
     const uint8_t prefix = descriptor[at];
     if (prefix == 0xFE) {  // a long item: its size byte, its tag, its data
@@ -64,20 +65,20 @@ std::optional<TopUsage> TopUsageOf(std::span<const uint8_t> descriptor) {
     const std::size_t size = (prefix & 3) == 3 ? 4 : (prefix & 3);
     if (at + 1 + size > descriptor.size()) return std::nullopt;
     uint32_t data = 0;
-    for (std::size_t i = 0; i < size; ++i)
+    for (std::size_t i = 0; i < size; ++i) {
       data |= static_cast<uint32_t>(descriptor[at + 1 + i]) << (8 * i);
+    }
     switch (prefix & 0xFC) {
       case 0x04:  // Usage Page (global)
-        top.page = static_cast<uint16_t>(data);
+        page = static_cast<uint16_t>(data);
         break;
-      case 0x08:  // Usage (local); four bytes carry their own page
-        top.usage = static_cast<uint16_t>(data);
-        if (size == 4) top.page = static_cast<uint16_t>(data >> 16);
-        haveUsage = true;
+      case 0x08:  // Usage (local); four bytes carry a page of their own
+        usage = TopUsage{static_cast<uint16_t>(data >> 16), static_cast<uint16_t>(data)};
+        extended = size == 4;
         break;
-      case 0xA0:  // Collection
-        if (haveUsage) return top;
-        return std::nullopt;
+      case 0xA0:  // Collection: the usage before it names it, in the page now in force
+        if (usage && !extended) usage->page = page;
+        return usage;
       default:
         break;
     }
