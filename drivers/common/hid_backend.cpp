@@ -1,7 +1,8 @@
 #include "hid_backend.h"
 
 #include <fcntl.h>
-#include <poll.h>
+#include <pthread.h>
+#include <sys/epoll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,7 +14,7 @@
 namespace kvr {
 namespace {
 
-constexpr int kMostReportsADrain = 256;  // a flooding device cannot hold the reader
+constexpr uint32_t kWakeTag = 0xFFFF;  // the wake pipe's mark in the epoll set
 
 std::string Quoted(const std::string& path) {
   return "\"" + path + "\"";
@@ -193,7 +194,11 @@ void HidBackend::Close(int channel) {
 void HidBackend::StartReader() {
   stopReader_ = false;
   lastLook_ = SteadyMilliseconds();
-  reader_ = std::thread([this] { ReaderLoop(); });
+  reader_ = std::thread([this] {
+    pthread_setname_np(pthread_self(),
+                       family_ == DeviceFamily::UsbIo ? "kvr-hid-modules" : "kvr-hid-probes");
+    ReaderLoop();
+  });
 }
 
 void HidBackend::StopReader() {
@@ -206,36 +211,55 @@ void HidBackend::StopReader() {
   }
 }
 
+// The devices the reader waits on, and the wake pipe, as an epoll set: each
+// registered once, not at every wait. Made anew when one is lost or back.
+int HidBackend::WatchDevices(std::array<void*, 16>& devices, bool& anyLost) {
+  const int watch = epoll_create1(EPOLL_CLOEXEC);
+  if (watch < 0) return -1;
+  epoll_event wake{};
+  wake.events = EPOLLIN;
+  wake.data.u32 = kWakeTag;
+  epoll_ctl(watch, EPOLL_CTL_ADD, wake_[0], &wake);
+  anyLost = false;
+  const std::lock_guard lock(mutex_);
+  for (int c = 0; c < channels_; ++c) {
+    const Slot& slot = slots_[static_cast<std::size_t>(c)];
+    devices[static_cast<std::size_t>(c)] = slot.device;
+    anyLost = anyLost || slot.lost;
+    if (slot.device == nullptr) continue;
+    epoll_event ready{};
+    ready.events = EPOLLIN;
+    ready.data.u32 = static_cast<uint32_t>(c);
+    epoll_ctl(watch, EPOLL_CTL_ADD, port_->input_fd(slot.device), &ready);
+  }
+  return watch;
+}
+
 void HidBackend::ReaderLoop() {
-  std::vector<pollfd> fds;
-  std::vector<int> channels;
-  std::vector<void*> devices;
+  std::array<void*, 16> devices{};
+  std::array<epoll_event, 17> ready{};
+  bool anyLost = false;
+  int watch = -1;
+  watchChanged_ = true;
   while (!stopReader_) {
-    fds.assign(1, pollfd{wake_[0], POLLIN, 0});
-    channels.clear();
-    devices.clear();
-    bool anyLost = false;
-    {
-      const std::lock_guard lock(mutex_);
-      for (int c = 0; c < channels_; ++c) {
-        const Slot& slot = slots_[static_cast<std::size_t>(c)];
-        if (slot.device != nullptr) {
-          fds.push_back(pollfd{port_->input_fd(slot.device), POLLIN, 0});
-          channels.push_back(c);
-          devices.push_back(slot.device);
-        }
-        anyLost = anyLost || slot.lost;
-      }
+    if (watchChanged_) {
+      watchChanged_ = false;
+      if (watch >= 0) ::close(watch);
+      watch = WatchDevices(devices, anyLost);
+      if (watch < 0) break;
     }
     int timeout = -1;
     if (anyLost) {
       timeout = std::max(0, static_cast<int>(lastLook_ + kLookAgainMs - SteadyMilliseconds()));
     }
-    if (::poll(fds.data(), fds.size(), timeout) < 0 && errno != EINTR) break;
+    const int count = epoll_wait(watch, ready.data(), static_cast<int>(ready.size()), timeout);
+    if (count < 0 && errno != EINTR) break;
     if (stopReader_) break;
     bool fresh = false;
-    for (std::size_t i = 1; i < fds.size(); ++i) {
-      if (fds[i].revents != 0) fresh = Drain(channels[i - 1], devices[i - 1]) || fresh;
+    for (int i = 0; i < count; ++i) {
+      const uint32_t channel = ready[static_cast<std::size_t>(i)].data.u32;
+      if (channel == kWakeTag) continue;
+      fresh = TakeReport(static_cast<int>(channel), devices[channel]) || fresh;
     }
     if (fresh) {
       {
@@ -249,50 +273,45 @@ void HidBackend::ReaderLoop() {
       lastLook_ = SteadyMilliseconds();
     }
   }
+  if (watch >= 0) ::close(watch);
 }
 
-// Every report queued on a device, keeping the newest; true when it gave
-// a good one.
-bool HidBackend::Drain(int channel, void* device) {
+// One queued report of a device; true when it was a good one. The reader
+// takes one report of each ready device a round: a device with more queued
+// is ready again at once, so a backlog is drained in a few rounds, no
+// device holds the others up, and a device that sent one report costs one
+// read, not a second one to learn that nothing more is there.
+bool HidBackend::TakeReport(int channel, void* device) {
   uint8_t report[hid::kLongestReport];
-  uint8_t newest[hid::kLongestReport];
-  std::size_t newestBytes = 0;
-  bool gone = false;
-  for (int n = 0; n < kMostReportsADrain; ++n) {
-    const int bytes = port_->read_input(device, report, sizeof report);
-    if (bytes <= 0) {
-      gone = bytes < 0;
-      break;
-    }
-    newestBytes = std::min(static_cast<std::size_t>(bytes), sizeof newest);
-    std::memcpy(newest, report, newestBytes);
-  }
-  bool fresh = false;
+  const int bytes = port_->read_input(device, report, sizeof report);
+  if (bytes == 0) return false;
   std::unique_lock lock(mutex_);
   Slot& slot = slots_[static_cast<std::size_t>(channel)];
-  if (newestBytes > 0) {
-    int32_t values[kProbeInputs] = {};
-    if (hid::ReadInput(std::span<const uint8_t>(newest, newestBytes), family_, values)) {
-      std::copy(values, values + kProbeInputs, slot.input.begin());
-      fresh = true;
-    } else if (!slot.garbledSaid) {
-      slot.garbledSaid = true;
-      std::cerr << "kvr: " << Noun() << " on channel " << channel << " (" << Quoted(slot.path)
-                << ") sent a report of " << newestBytes
-                << " bytes that is not ours; such reports are left out\n";
-    }
-  }
-  if (gone) {
+  if (bytes < 0) {
     slot.device = nullptr;
     slot.lost = true;
     const std::string path = slot.path;
     lock.unlock();
     port_->close(device);
+    watchChanged_ = true;
     lastLook_ = SteadyMilliseconds();
     std::cerr << "kvr: " << Noun() << " on channel " << channel << " (" << Quoted(path)
               << ") is lost; its last input stays until it is back\n";
+    return false;
   }
-  return fresh;
+  const std::size_t length = std::min(static_cast<std::size_t>(bytes), sizeof report);
+  int32_t values[kProbeInputs] = {};
+  if (hid::ReadInput(std::span<const uint8_t>(report, length), family_, values)) {
+    std::copy(values, values + kProbeInputs, slot.input.begin());
+    return true;
+  }
+  if (!slot.garbledSaid) {
+    slot.garbledSaid = true;
+    std::cerr << "kvr: " << Noun() << " on channel " << channel << " (" << Quoted(slot.path)
+              << ") sent a report of " << length
+              << " bytes that is not ours; such reports are left out\n";
+  }
+  return false;
 }
 
 void HidBackend::LookForLost() {
@@ -319,6 +338,7 @@ void HidBackend::LookForLost() {
     slot.lost = false;
     slot.garbledSaid = false;
     lock.unlock();
+    watchChanged_ = true;
     std::cerr << "kvr: " << Noun() << " on channel " << found.identity.channel << " is back ("
               << Quoted(path) << ")\n";
   }

@@ -69,7 +69,8 @@ class HidBackend final : public DeviceBackend {
   void StartReader();
   void StopReader();
   void ReaderLoop();
-  bool Drain(int channel, void* device);
+  int WatchDevices(std::array<void*, 16>& devices, bool& anyLost);
+  bool TakeReport(int channel, void* device);
   void LookForLost();
 
   DeviceFamily family_;
@@ -90,6 +91,7 @@ class HidBackend final : public DeviceBackend {
   std::atomic<bool> stopReader_{false};
   int wake_[2] = {-1, -1};
   double lastLook_ = 0.0;               // the reader's
+  bool watchChanged_ = false;           // the reader's: a device lost or back
   std::set<std::string> refusedPaths_;  // said once, not again at each look
 };
 
