@@ -53,7 +53,14 @@ std::mutex g_mutex;
 std::vector<std::unique_ptr<Device>> g_devices;  // unplugged ones stay for their handles
 std::string g_fileText;                          // the KVR_FAKE_HID text last read
 std::atomic<int> g_streamMs{0};
-std::thread g_feeder;
+// Stopped before the devices go at the end of a program that still streams.
+struct Feeder {
+  std::thread thread;
+  ~Feeder() {
+    g_streamMs = 0;
+    if (thread.joinable()) thread.join();
+  }
+} g_feeder;
 
 Device* Plugged(const std::string& path) {
   for (auto& d : g_devices) {
@@ -108,8 +115,8 @@ void Feed() {
 
 void Stream(int everyMs) {
   g_streamMs = everyMs;
-  if (everyMs > 0 && !g_feeder.joinable()) g_feeder = std::thread(Feed);
-  if (everyMs <= 0 && g_feeder.joinable()) g_feeder.join();
+  if (everyMs > 0 && !g_feeder.thread.joinable()) g_feeder.thread = std::thread(Feed);
+  if (everyMs <= 0 && g_feeder.thread.joinable()) g_feeder.thread.join();
 }
 
 // Devices of the file named by KVR_FAKE_HID, when its text has changed.
