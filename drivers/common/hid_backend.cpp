@@ -92,7 +92,7 @@ void HidBackend::Rescan() {
   StopReader();
   CloseAll();
   refusedPaths_.clear();
-  port_ = portSource_();
+  port_ = portSource_(family_ == DeviceFamily::UsbIo);
   if (port_ == nullptr) return;
   for (const std::string& path : OurPaths()) {
     const Identified found = OpenIdentified(path, false);

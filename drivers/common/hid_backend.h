@@ -29,7 +29,7 @@ namespace kvr {
 // a device of the same channel and marker and takes it back in its place.
 class HidBackend final : public DeviceBackend {
  public:
-  using PortSource = const KvrHidPort* (*)();
+  using PortSource = const KvrHidPort* (*)(bool sayProblem);
   static constexpr int kWaitForInputMs = 4;
   static constexpr double kLookAgainMs = 1000.0;
 

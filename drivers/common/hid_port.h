@@ -44,7 +44,8 @@ namespace kvr {
 
 // The port of this process: the library named by KVR_HID_PORT, else hidapi
 // (libhidapi-hidraw.so.0) loaded at run time. Null when neither can be had;
-// the reason is said once on standard error.
-const KvrHidPort* SystemHidPort();
+// the reason is said once on standard error when `sayProblem` (the module
+// library says it, so that the two libraries of a program say it once).
+const KvrHidPort* SystemHidPort(bool sayProblem);
 
 }  // namespace kvr

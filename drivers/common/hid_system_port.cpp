@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <mutex>
+#include <string>
 
 #include "hid_port.h"
 
@@ -95,11 +96,14 @@ bool Resolve(void* library, const char* name, Function& function) {
   return function != nullptr;
 }
 
+// Loading fails with a reason, said once by whoever asks to say it.
+std::string g_problem;
+
 const KvrHidPort* LoadHidapi() {
   void* library = dlopen(kHidapiLibrary, RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) {
-    std::cerr << "kvr: real USB devices need hidapi (" << kHidapiLibrary
-              << ", Debian's libhidapi-hidraw0); only simulated devices can be used\n";
+    g_problem = std::string("real USB devices need hidapi (") + kHidapiLibrary +
+                ", Debian's libhidapi-hidraw0); only simulated devices can be used";
     return nullptr;
   }
   Hidapi& h = g_hidapi;
@@ -108,8 +112,7 @@ const KvrHidPort* LoadHidapi() {
       !Resolve(library, "hid_open_path", h.open_path) || !Resolve(library, "hid_close", h.close) ||
       !Resolve(library, "hid_get_feature_report", h.get_feature_report) ||
       !Resolve(library, "hid_send_feature_report", h.send_feature_report) || h.init() != 0) {
-    std::cerr << "kvr: " << kHidapiLibrary
-              << " cannot be used; only simulated devices can be used\n";
+    g_problem = std::string(kHidapiLibrary) + " cannot be used; only simulated devices can be used";
     return nullptr;
   }
   return &kHidapiPort;
@@ -122,8 +125,8 @@ const KvrHidPort* LoadNamedPort(const char* path) {
                          : nullptr;
   const KvrHidPort* port = entry != nullptr ? entry() : nullptr;
   if (port == nullptr || port->version != kKvrHidPortVersion) {
-    std::cerr << "kvr: " << kPortVariable << "=" << path << " is no HID port of version "
-              << kKvrHidPortVersion << "\n";
+    g_problem = std::string(kPortVariable) + "=" + path + " is no HID port of version " +
+                std::to_string(kKvrHidPortVersion);
     return nullptr;
   }
   return port;
@@ -131,13 +134,17 @@ const KvrHidPort* LoadNamedPort(const char* path) {
 
 }  // namespace
 
-const KvrHidPort* SystemHidPort() {
+const KvrHidPort* SystemHidPort(bool sayProblem) {
   static std::once_flag once;
   static const KvrHidPort* port = nullptr;
+  static std::once_flag said;
   std::call_once(once, [] {
     const char* named = std::getenv(kPortVariable);
     port = named != nullptr && named[0] != '\0' ? LoadNamedPort(named) : LoadHidapi();
   });
+  if (port == nullptr && sayProblem) {
+    std::call_once(said, [] { std::cerr << "kvr: " << g_problem << "\n"; });
+  }
   return port;
 }
 
