@@ -86,6 +86,8 @@ void HidBackend::CloseAll() {
     if (slot.device != nullptr) port_->close(slot.device);
     slot = Slot{};
   }
+  inputs_ = {};
+  open_.reset();
 }
 
 void HidBackend::Rescan() {
@@ -108,6 +110,7 @@ void HidBackend::Rescan() {
     slot.device = found.device;
     slot.path = path;
     slot.marker = found.identity.marker;
+    open_.set(static_cast<std::size_t>(found.identity.channel));
   }
 }
 
@@ -145,10 +148,8 @@ void HidBackend::BeginReads() {
   std::unique_lock lock(mutex_);
   freshInput_.wait_for(lock, std::chrono::milliseconds(kWaitForInputMs), [this] { return fresh_; });
   fresh_ = false;
-  for (std::size_t c = 0; c < slots_.size(); ++c) {
-    taken_[c] = slots_[c].input;
-    takenLive_[c] = slots_[c].device != nullptr;
-  }
+  taken_ = inputs_;
+  takenLive_ = open_;
 }
 
 bool HidBackend::Read(int channel, double /*nowMs*/, int32_t* out) {
@@ -187,6 +188,8 @@ void HidBackend::Close(int channel) {
   Slot& slot = slots_[static_cast<std::size_t>(channel)];
   if (slot.device != nullptr && port_ != nullptr) port_->close(slot.device);
   slot = Slot{};
+  inputs_[static_cast<std::size_t>(channel)] = {};
+  open_.reset(static_cast<std::size_t>(channel));
 }
 
 // ---- the reader ----
@@ -290,6 +293,7 @@ bool HidBackend::TakeReport(int channel, void* device) {
   if (bytes < 0) {
     slot.device = nullptr;
     slot.lost = true;
+    open_.reset(static_cast<std::size_t>(channel));
     const std::string path = slot.path;
     lock.unlock();
     port_->close(device);
@@ -302,7 +306,7 @@ bool HidBackend::TakeReport(int channel, void* device) {
   const std::size_t length = std::min(static_cast<std::size_t>(bytes), sizeof report);
   int32_t values[kProbeInputs] = {};
   if (hid::ReadInput(std::span<const uint8_t>(report, length), family_, values)) {
-    std::copy(values, values + kProbeInputs, slot.input.begin());
+    std::copy(values, values + kProbeInputs, inputs_[static_cast<std::size_t>(channel)].begin());
     return true;
   }
   if (!slot.garbledSaid) {
@@ -336,6 +340,7 @@ void HidBackend::LookForLost() {
     slot.device = found.device;
     slot.path = path;
     slot.lost = false;
+    open_.set(static_cast<std::size_t>(found.identity.channel));
     slot.garbledSaid = false;
     lock.unlock();
     watchChanged_ = true;

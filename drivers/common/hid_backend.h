@@ -55,7 +55,6 @@ class HidBackend final : public DeviceBackend {
     int marker = 0;
     bool lost = false;  // unplugged during a run: looked for again
     bool garbledSaid = false;
-    std::array<int32_t, kProbeInputs> input{};
   };
   struct Identified {
     void* device = nullptr;
@@ -78,8 +77,12 @@ class HidBackend final : public DeviceBackend {
   const KvrHidPort* port_ = nullptr;
   int channels_;
 
-  mutable std::mutex mutex_;  // the slots, between the caller and the reader
+  mutable std::mutex mutex_;  // the slots and inputs, between the caller and the reader
   std::array<Slot, 16> slots_;
+  // Each device's newest input and which devices are open, apart from the
+  // slots: a pass copies these few cache lines from the reader's core.
+  std::array<std::array<int32_t, kProbeInputs>, 16> inputs_{};
+  std::bitset<16> open_;
   std::condition_variable freshInput_;
   bool fresh_ = false;
 
