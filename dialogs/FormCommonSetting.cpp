@@ -180,9 +180,7 @@ FormCommonSetting::FormCommonSetting(ViewHost& host, ViewFrame*& owner) : ToolDi
   }
   QObject::connect(CB_LogFile_Enable, &QCheckBox::clicked,
                    [this](bool ticked) { Set_Log_Controls(ticked ? 1 : 0); });
-  QObject::connect(Bt_OK, &QPushButton::clicked, [this] { Bt_OK_Click(); });
-  QObject::connect(Bt_Cancell, &QPushButton::clicked, [this] { Unload(); });
-  QObject::connect(Img_Help_Setting, &QToolButton::clicked, [this] { host_.ShowHelp(1); });
+  ConnectFoot(Bt_OK, Bt_Cancell, Img_Help_Setting, 1, [this] { Bt_OK_Click(); });
   QObject::connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this](QWindow* focus) {
     if (focus != nullptr && focus != windowHandle()) leftForOwnWindow_ = true;
     if (focus == nullptr) leftForOwnWindow_ = false;  // another program: no reload on return

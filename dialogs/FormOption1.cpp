@@ -13,19 +13,6 @@ constexpr std::size_t kCommentLength = 50;
 constexpr std::size_t kBitCommentLength = 30;
 constexpr int32_t kFontFallback = 26;
 
-QLabel* Caption(QWidget* parent, int left, int top, int width, const QString& text) {
-  auto* label = new QLabel(text, parent);
-  label->setGeometry(left, top, width, 20);
-  return label;
-}
-
-QLineEdit* Box(QWidget* parent, int left, int top, int width, const QString& tip = {}) {
-  auto* box = new QLineEdit(parent);
-  box->setGeometry(left, top, width, 22);
-  if (!tip.isEmpty()) box->setToolTip(tip);
-  return box;
-}
-
 QCheckBox* Check(QWidget* parent, int left, int top, int width, const QString& caption) {
   auto* box = new QCheckBox(caption, parent);
   box->setGeometry(left, top, width, 22);
@@ -49,25 +36,18 @@ FormOption1::FormOption1(ViewHost& host, ViewFrame*& owner) : ToolDialog(host, o
     for (int b = 0; b < 8; ++b) BuildBit(c * 8 + b, page);
     SSTab1->addTab(page, QStringLiteral("Ch%1").arg(c));
   }
-  Img_Help_Setting = MakeHelpPicture(this);
-  Img_Help_Setting->move(10, 482);
-  Bt_OK = new QPushButton(QStringLiteral("OK"), this);
-  Bt_OK->setGeometry(560, 482, 90, 28);
-  Bt_Cancell = new QPushButton(QStringLiteral("キャンセル"), this);
-  Bt_Cancell->setGeometry(660, 482, 90, 28);
-  QObject::connect(Bt_OK, &QPushButton::clicked, [this] { Bt_OK_Click(); });
-  QObject::connect(Bt_Cancell, &QPushButton::clicked, [this] { Unload(); });
-  QObject::connect(Img_Help_Setting, &QToolButton::clicked, [this] { host_.ShowHelp(2); });
+  const DialogFoot foot = MakeDialogFoot(this);
+  Img_Help_Setting = foot.Img_Help_Setting;
+  Bt_OK = foot.Bt_OK;
+  Bt_Cancell = foot.Bt_Cancell;
+  ConnectFoot(Bt_OK, Bt_Cancell, Img_Help_Setting, 2, [this] { Bt_OK_Click(); });
   read_setting();
 }
 
 void FormOption1::BuildChannel(int c, QWidget* page) {
-  Caption(page, 8, 10, 104, QStringLiteral("デバイス認識・・・"));
-  TB_Device_On[c] = Box(page, 112, 9, 38);
-  TB_Device_On[c]->setReadOnly(true);
-  TB_Device_On[c]->setFocusPolicy(Qt::NoFocus);
-  Caption(page, 170, 10, 50, QStringLiteral("コメント"));
-  TB_cmt_ch[c] = Box(page, 222, 9, 330);
+  const ChannelHead head = MakeChannelHead(page);
+  TB_Device_On[c] = head.TB_Device_On;
+  TB_cmt_ch[c] = head.TB_cmt_ch;
 
   auto* field = new QGroupBox(page);  // FrameViewMode
   field->setGeometry(8, 38, 240, 88);

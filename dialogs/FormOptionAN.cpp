@@ -16,18 +16,6 @@ const QString kPinNames[6] = {QStringLiteral("入力１"), QStringLiteral("入�
                               QStringLiteral("入力３"), QStringLiteral("入力４"),
                               QStringLiteral("入力５"), QStringLiteral("入力６")};
 
-QLabel* Caption(QWidget* parent, int left, int top, int width, const QString& text) {
-  auto* label = new QLabel(text, parent);
-  label->setGeometry(left, top, width, 20);
-  return label;
-}
-
-QLineEdit* Box(QWidget* parent, int left, int top, int width) {
-  auto* box = new QLineEdit(parent);
-  box->setGeometry(left, top, width, 22);
-  return box;
-}
-
 }  // namespace
 
 FormOptionAN::FormOptionAN(ViewHost& host, ViewFrame*& owner) : ToolDialog(host, owner) {
@@ -36,24 +24,17 @@ FormOptionAN::FormOptionAN(ViewHost& host, ViewFrame*& owner) : ToolDialog(host,
   SSTab1->setGeometry(8, 8, 784, 464);
   for (int d = 0; d < kProbes; ++d) {
     auto* page = new QWidget;
-    Caption(page, 8, 10, 104, QStringLiteral("デバイス認識・・・"));
-    TB_Device_On[d] = Box(page, 112, 9, 38);
-    TB_Device_On[d]->setReadOnly(true);
-    TB_Device_On[d]->setFocusPolicy(Qt::NoFocus);
-    Caption(page, 170, 10, 50, QStringLiteral("コメント"));
-    TB_cmt_ch[d] = Box(page, 222, 9, 330);
+    const ChannelHead head = MakeChannelHead(page);
+    TB_Device_On[d] = head.TB_Device_On;
+    TB_cmt_ch[d] = head.TB_cmt_ch;
     for (int p = 0; p < 6; ++p) BuildPin(d * 6 + p, page);
     SSTab1->addTab(page, QStringLiteral("Ch%1").arg(d));
   }
-  Img_Help_Setting = MakeHelpPicture(this);
-  Img_Help_Setting->move(10, 482);
-  Bt_OK = new QPushButton(QStringLiteral("OK"), this);
-  Bt_OK->setGeometry(600, 482, 90, 28);
-  Bt_Cancell = new QPushButton(QStringLiteral("キャンセル"), this);
-  Bt_Cancell->setGeometry(700, 482, 90, 28);
-  QObject::connect(Bt_OK, &QPushButton::clicked, [this] { Bt_OK_Click(); });
-  QObject::connect(Bt_Cancell, &QPushButton::clicked, [this] { Unload(); });
-  QObject::connect(Img_Help_Setting, &QToolButton::clicked, [this] { host_.ShowHelp(3); });
+  const DialogFoot foot = MakeDialogFoot(this);
+  Img_Help_Setting = foot.Img_Help_Setting;
+  Bt_OK = foot.Bt_OK;
+  Bt_Cancell = foot.Bt_Cancell;
+  ConnectFoot(Bt_OK, Bt_Cancell, Img_Help_Setting, 3, [this] { Bt_OK_Click(); });
   read_setting();
 }
 

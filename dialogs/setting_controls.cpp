@@ -85,22 +85,38 @@ QString NumberShown(double value) {
   return Q(NumberText(value));
 }
 
-namespace {
-
 QLabel* Caption(QWidget* parent, int left, int top, int width, const QString& text) {
   auto* label = new QLabel(text, parent);
   label->setGeometry(left, top, width, 20);
   return label;
 }
 
-QLineEdit* NumberBox(QWidget* parent, int left, int top, int width, const QString& tip) {
+QLineEdit* Box(QWidget* parent, int left, int top, int width, const QString& tip) {
   auto* box = new QLineEdit(parent);
   box->setGeometry(left, top, width, 22);
-  box->setToolTip(tip);
+  if (!tip.isEmpty()) box->setToolTip(tip);
   return box;
 }
 
-}  // namespace
+ChannelHead MakeChannelHead(QWidget* page) {
+  Caption(page, 8, 10, 104, QStringLiteral("デバイス認識・・・"));
+  ChannelHead head{Box(page, 112, 9, 38), nullptr};
+  head.TB_Device_On->setReadOnly(true);
+  head.TB_Device_On->setFocusPolicy(Qt::NoFocus);
+  Caption(page, 170, 10, 50, QStringLiteral("コメント"));
+  head.TB_cmt_ch = Box(page, 222, 9, 330);
+  return head;
+}
+
+DialogFoot MakeDialogFoot(QWidget* dialog) {
+  const int top = dialog->height() - 38;
+  DialogFoot foot{MakeHelpPicture(dialog), new QPushButton(QStringLiteral("OK"), dialog),
+                  new QPushButton(QStringLiteral("キャンセル"), dialog)};
+  foot.Img_Help_Setting->move(10, top);
+  foot.Bt_OK->setGeometry(dialog->width() - 200, top, 90, 28);
+  foot.Bt_Cancell->setGeometry(dialog->width() - 100, top, 90, 28);
+  return foot;
+}
 
 ValueControls MakeValueControls(QWidget* parent, int left, int top, const QString& frameCaption) {
   const QString decimal = QStringLiteral("10進数 半角入力");
@@ -111,20 +127,19 @@ ValueControls MakeValueControls(QWidget* parent, int left, int top, const QStrin
   Caption(f, 8, 22, 12, QStringLiteral("ｆ"));
   Caption(f, 20, 22, 22, QStringLiteral("(χ)"));
   Caption(f, 44, 22, 14, QStringLiteral("＝"));
-  c.TB_multiply = NumberBox(f, 58, 21, 62, decimal);
+  c.TB_multiply = Box(f, 58, 21, 62, decimal);
   Caption(f, 123, 22, 14, QStringLiteral("×"));
   Caption(f, 137, 22, 10, QStringLiteral("χ"));
   Caption(f, 149, 22, 14, QStringLiteral("＋"));
-  c.TB_addition = NumberBox(f, 165, 21, 66, decimal);
+  c.TB_addition = Box(f, 165, 21, 66, decimal);
   c.CB_round_On = new QCheckBox(QStringLiteral("小数点丸め"), f);
   c.CB_round_On->setGeometry(8, 52, 96, 22);
-  c.TB_round_value = NumberBox(f, 106, 52, 34, QStringLiteral("10進数 1～10  半角入力"));
+  c.TB_round_value = Box(f, 106, 52, 34, QStringLiteral("10進数 1～10  半角入力"));
   Caption(f, 144, 53, 40, QStringLiteral("桁目"));
   c.CB_analysis = new QCheckBox(QStringLiteral("分析"), parent);
   c.CB_analysis->setGeometry(left + 8, top + 88, 80, 22);
   Caption(parent, left + 8, top + 116, 46, QStringLiteral("フォント"));
-  c.TB_Font_size =
-      NumberBox(parent, left + 56, top + 115, 38, QStringLiteral("10進数 8～64  半角入力"));
+  c.TB_Font_size = Box(parent, left + 56, top + 115, 38, QStringLiteral("10進数 8～64  半角入力"));
   c.Bt_FontColor_Dialog = new ColourButton(parent);
   c.Bt_FontColor_Dialog->setGeometry(left + 98, top + 116, 34, 20);
   Caption(parent, left + 146, top + 116, 46, QStringLiteral("背景色"));

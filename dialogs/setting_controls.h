@@ -2,7 +2,9 @@
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QGroupBox>
+#include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QString>
 #include <QToolButton>
 #include <cstdint>
@@ -35,6 +37,26 @@ std::optional<Colour> PickWithColourDialog(Colour initial, QWidget* parent);
 
 // The picture that opens the dialog's help page.
 QToolButton* MakeHelpPicture(QWidget* parent);
+
+// A caption, and a text box with its tool tip, at design positions.
+QLabel* Caption(QWidget* parent, int left, int top, int width, const QString& text);
+QLineEdit* Box(QWidget* parent, int left, int top, int width, const QString& tip = {});
+
+// The head of a channel's tab: its device state (read only) and its comment.
+struct ChannelHead {
+  QLineEdit* TB_Device_On;
+  QLineEdit* TB_cmt_ch;
+};
+ChannelHead MakeChannelHead(QWidget* page);
+
+// The foot of a channel dialog: the help picture at the left, OK and
+// キャンセル at the right, along the bottom of the dialog's fixed size.
+struct DialogFoot {
+  QToolButton* Img_Help_Setting;
+  QPushButton* Bt_OK;
+  QPushButton* Bt_Cancell;
+};
+DialogFoot MakeDialogFoot(QWidget* dialog);
 
 // A device's state: " OK" in green when it is recognised, " NG" in red.
 void ShowDeviceState(QLineEdit* box, bool recognised);

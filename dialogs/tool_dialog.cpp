@@ -23,6 +23,13 @@ void ToolDialog::ShowOver(QWidget& view) {
   activateWindow();
 }
 
+void ToolDialog::ConnectFoot(QAbstractButton* okButton, QAbstractButton* cancel,
+                             QAbstractButton* help, int helpPage, std::function<void()> ok) {
+  QObject::connect(okButton, &QAbstractButton::clicked, std::move(ok));
+  QObject::connect(cancel, &QAbstractButton::clicked, [this] { Unload(); });
+  QObject::connect(help, &QAbstractButton::clicked, [this, helpPage] { host_.ShowHelp(helpPage); });
+}
+
 void ToolDialog::Form_Unload() {
   host_.HideHelp();
   if (obj_Form != nullptr) obj_Form->setEnabled(true);

@@ -1,5 +1,7 @@
 #pragma once
+#include <QAbstractButton>
 #include <QDialog>
+#include <functional>
 
 #include "views/view_host.h"
 
@@ -32,6 +34,10 @@ class ToolDialog : public QDialog {
   // Escape (and anything else that ends the dialog) takes the unload path
   // too, not QDialog's plain hide.
   void done(int result) override;
+  // The settings dialogs' buttons: OK runs `ok`, キャンセル unloads, the
+  // help picture shows help page `helpPage`.
+  void ConnectFoot(QAbstractButton* okButton, QAbstractButton* cancel, QAbstractButton* help,
+                   int helpPage, std::function<void()> ok);
 
   ViewHost& host_;
 

@@ -57,6 +57,13 @@ std::vector<std::string> HidBackend::OurPaths() const {
   return look.paths;
 }
 
+hid::IdentityReading HidBackend::AskIdentity(void* device) const {
+  uint8_t report[hid::kLongestReport] = {hid::kIdentityReport};
+  const int bytes = port_->get_feature(device, report, sizeof report);
+  return hid::ReadIdentity(
+      std::span<const uint8_t>(report, bytes > 0 ? static_cast<std::size_t>(bytes) : 0), family_);
+}
+
 HidBackend::Identified HidBackend::OpenIdentified(const std::string& path, bool quiet) {
   const auto refuse = [&](const std::string& why) {
     if (!quiet || refusedPaths_.insert(path).second) {
@@ -68,10 +75,7 @@ HidBackend::Identified HidBackend::OpenIdentified(const std::string& path, bool 
     refuse("it cannot be opened (see the README on access to USB devices)");
     return {};
   }
-  uint8_t report[hid::kLongestReport] = {hid::kIdentityReport};
-  const int bytes = port_->get_feature(device, report, sizeof report);
-  const hid::IdentityReading reading = hid::ReadIdentity(
-      std::span<const uint8_t>(report, bytes > 0 ? static_cast<std::size_t>(bytes) : 0), family_);
+  const hid::IdentityReading reading = AskIdentity(device);
   if (!reading.identity) {
     refuse(reading.problem);
     port_->close(device);
@@ -169,10 +173,7 @@ bool HidBackend::WriteSettings(int channel) {
   const auto store = hid::StoreMarker(hid::kPreparedMarker);
   if (port_->send_feature(slot.device, store.data(), store.size()) < 0) return false;
   // Taken only when the module says so itself.
-  uint8_t report[hid::kLongestReport] = {hid::kIdentityReport};
-  const int bytes = port_->get_feature(slot.device, report, sizeof report);
-  const hid::IdentityReading reading = hid::ReadIdentity(
-      std::span<const uint8_t>(report, bytes > 0 ? static_cast<std::size_t>(bytes) : 0), family_);
+  const hid::IdentityReading reading = AskIdentity(slot.device);
   if (!reading.identity || reading.identity->channel != channel ||
       reading.identity->marker != hid::kPreparedMarker) {
     return false;

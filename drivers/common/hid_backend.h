@@ -62,6 +62,7 @@ class HidBackend final : public DeviceBackend {
   };
 
   std::vector<std::string> OurPaths() const;
+  hid::IdentityReading AskIdentity(void* device) const;
   Identified OpenIdentified(const std::string& path, bool quiet);
   const char* Noun() const;
   void CloseAll();

@@ -20,6 +20,20 @@ void Mouse(QWidget* widget, QEvent::Type type, Qt::MouseButton button, Qt::Mouse
   QCoreApplication::sendEvent(widget, &event);
 }
 
+// The program booted on view `mode`, its about box opened from the menu.
+struct AboutBoxOpen {
+  explicit AboutBoxOpen(int32_t mode) {
+    SaveSettings(folder, mode);
+    booted = Boot(folder);
+    view().menu_help_version->trigger();
+  }
+  ViewFrame& view() { return *booted->form1->ShownView(); }
+  FormVersion& about() { return booted->form1->TheFormVersion(); }
+
+  ProgramFolder folder;
+  std::unique_ptr<Booted> booted;
+};
+
 class DialogsTest : public QObject {
   Q_OBJECT
 
@@ -66,12 +80,9 @@ class DialogsTest : public QObject {
   }
 
   void theAboutBoxShowsTheTitleAndClosesFromItsOkPicture() {
-    ProgramFolder folder;
-    SaveSettings(folder, 3);
-    const auto booted = Boot(folder);
-    ViewFrame& view = *booted->form1->ShownView();
-    view.menu_help_version->trigger();
-    FormVersion& about = booted->form1->TheFormVersion();
+    AboutBoxOpen open(3);
+    ViewFrame& view = open.view();
+    FormVersion& about = open.about();
     QVERIFY(about.isVisible());
     QCOMPARE(about.Lb_App_Title->text(), QStringLiteral("タヴェリン Ver1.11"));
     QCOMPARE(about.Lb_copylight->text(), QString::fromUtf8(identity::kNotice));
@@ -99,11 +110,8 @@ class DialogsTest : public QObject {
 
   // Each text stands whole on one line of its label, at the dialog's font.
   void theAboutBoxTextsFitTheirLabels() {
-    ProgramFolder folder;
-    SaveSettings(folder, 1);
-    const auto booted = Boot(folder);
-    booted->form1->ShownView()->menu_help_version->trigger();
-    FormVersion& about = booted->form1->TheFormVersion();
+    AboutBoxOpen open(1);
+    FormVersion& about = open.about();
     for (QLabel* label : {about.Lb_App_Title, about.Lb_copylight, about.Lb_URL, about.Lb_OK}) {
       const QFontMetrics metrics(label->font());
       QVERIFY2(metrics.horizontalAdvance(label->text()) <= label->width(),
@@ -118,12 +126,9 @@ class DialogsTest : public QObject {
   // button, so moves that still report it held start no new drag, and the
   // next plain click on OK closes the box.
   void aDragEndsWithItsPress() {
-    ProgramFolder folder;
-    SaveSettings(folder, 1);
-    const auto booted = Boot(folder);
-    ViewFrame& view = *booted->form1->ShownView();
-    view.menu_help_version->trigger();
-    FormVersion& about = booted->form1->TheFormVersion();
+    AboutBoxOpen open(1);
+    ViewFrame& view = open.view();
+    FormVersion& about = open.about();
     int drags = 0;
     about.StartSystemMove = [&] { return ++drags > 0; };
     Mouse(about.Lb_App_Title, QEvent::MouseButtonPress, Qt::LeftButton, Qt::LeftButton);
@@ -146,12 +151,9 @@ class DialogsTest : public QObject {
 
   // Loaded once and then only hidden, the box opens again where it was left.
   void theAboutBoxOpensWhereItWasLeft() {
-    ProgramFolder folder;
-    SaveSettings(folder, 1);
-    const auto booted = Boot(folder);
-    ViewFrame& view = *booted->form1->ShownView();
-    view.menu_help_version->trigger();
-    FormVersion& about = booted->form1->TheFormVersion();
+    AboutBoxOpen open(1);
+    ViewFrame& view = open.view();
+    FormVersion& about = open.about();
     about.move(12, 34);
     QTest::mouseClick(about.Img_OK, Qt::LeftButton);
     view.menu_help_version->trigger();
