@@ -1,6 +1,7 @@
 #include "platform/file_system.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -68,12 +69,18 @@ void TextStream::Close() {
   if (fd_ < 0) return;
   const int fd = fd_;
   fd_ = -1;
+  // On disk before its name: a power cut never leaves the name on an empty file.
+  const bool synced = ::fsync(fd) == 0;
+  const int syncError = errno;
   const bool closed = ::close(fd) == 0;
   const int closeError = errno;
-  if (!closed || ::rename(temporary_.c_str(), path_.c_str()) != 0) {
-    const int error = closed ? errno : closeError;
+  if (!synced || !closed || ::rename(temporary_.c_str(), path_.c_str()) != 0) {
+    const int error = !synced ? syncError : !closed ? closeError : errno;
     ::unlink(temporary_.c_str());
     Fail("ファイルに書き込めません", path_, error);
+  }
+  if (!SyncFolder(fs::path(path_).parent_path().string())) {
+    Fail("ファイルに書き込めません", path_, errno);
   }
 }
 
@@ -102,6 +109,22 @@ bool TakeFileName(const std::string& path) {
   }
   if (errno == EEXIST) return false;
   Fail("ファイルを作成できません", path, errno);
+}
+
+std::optional<FileIdentity> IdentityOf(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  return FileIdentity{static_cast<uint64_t>(status.st_dev), static_cast<uint64_t>(status.st_ino)};
+}
+
+bool SyncFolder(const std::string& folder) {
+  const int fd = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return false;
+  const bool synced = ::fsync(fd) == 0;
+  const int error = errno;
+  ::close(fd);
+  errno = error;
+  return synced;
 }
 
 std::string FolderOfDroppedPath(const std::string& path) {

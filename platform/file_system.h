@@ -1,4 +1,6 @@
 #pragma once
+#include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -19,9 +21,11 @@ void CreateFolder(const std::string& path);
 void DeleteFile(const std::string& path);
 
 // A file written whole or not at all: the bytes go to a hidden temporary
-// file in the same folder, and Close() renames it over the path, so that no
-// reader ever sees a file half-written. A stream dropped without Close(), as
-// when a write fails, removes its temporary file and leaves the path as it was.
+// file in the same folder, and Close() forces them to disk, renames the
+// file over the path and forces the folder to disk, so that no reader ever
+// sees a file half-written and a power cut after Close() keeps it. A stream
+// dropped without Close(), as when a write fails, removes its temporary
+// file and leaves the path as it was.
 class TextStream {
  public:
   TextStream(TextStream&& other) noexcept;
@@ -53,6 +57,20 @@ std::string HiddenWritePrefix(const std::string& path);
 // has taken the name. False when something is there already; throws
 // FileError when the folder does not take the file.
 bool TakeFileName(const std::string& path);
+
+// Which file a path names now: a file put in place by a rename is another
+// file than the one its name was taken with.
+struct FileIdentity {
+  uint64_t device = 0;
+  uint64_t inode = 0;
+  bool operator==(const FileIdentity&) const = default;
+};
+// The identity of the file at `path`, or none when there is no file.
+std::optional<FileIdentity> IdentityOf(const std::string& path);
+
+// Forces a folder's entries (a file made, renamed or removed) to disk.
+// False when the folder cannot be opened or synced.
+bool SyncFolder(const std::string& folder);
 
 // The folder a dropped path names: a file gives its folder, a folder
 // itself, a path that does not exist is taken whole. Never with a trailing

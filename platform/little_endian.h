@@ -20,10 +20,12 @@ inline void U32(std::string& out, uint32_t v) {
                          static_cast<char>(v >> 16), static_cast<char>(v >> 24)};
   out.append(bytes, 4);
 }
+inline void U64(std::string& out, uint64_t v) {
+  U32(out, static_cast<uint32_t>(v));
+  U32(out, static_cast<uint32_t>(v >> 32));
+}
 inline void F64(std::string& out, double v) {
-  const auto bits = std::bit_cast<uint64_t>(v);
-  U32(out, static_cast<uint32_t>(bits));
-  U32(out, static_cast<uint32_t>(bits >> 32));
+  U64(out, std::bit_cast<uint64_t>(v));
 }
 inline void PatchU16(std::string& out, std::size_t at, uint16_t v) {
   out[at] = static_cast<char>(v);

@@ -98,8 +98,25 @@ std::string_view TrimBlanks(std::string_view text) {
   return text;
 }
 
+std::string WithoutControls(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t start = at;
+    const char32_t point = NextCodePoint(text, at);
+    const bool control = (point < 0x20 && point != U'\t' && point != U'\r' && point != U'\n') ||
+                         (point >= 0x7F && point <= 0x9F);
+    if (control) {
+      out += '?';
+    } else {
+      out.append(text.substr(start, at - start));
+    }
+  }
+  return out;
+}
+
 std::string TrimmedComment(std::string_view text, std::size_t count) {
-  return FirstCharacters(TrimBlanks(text), count);
+  return FirstCharacters(WithoutControls(TrimBlanks(text)), count);
 }
 
 }  // namespace tavelin

@@ -29,8 +29,13 @@ std::string FirstCharacters(std::string_view text, std::size_t count);
 // The text without blanks (U+0020) at either end.
 std::string_view TrimBlanks(std::string_view text);
 
+// The text with every control character but tab, carriage return and line
+// feed replaced by "?": an escape or a bell in a comment would otherwise
+// reach folder names and the terminal.
+std::string WithoutControls(std::string_view text);
+
 // A comment as the settings take it from a box: blanks cut at both ends,
-// then its first `count` characters.
+// control characters replaced, then its first `count` characters.
 std::string TrimmedComment(std::string_view text, std::size_t count);
 
 }  // namespace tavelin
