@@ -22,6 +22,14 @@ const CLI::Validator kUtf8Text(
     },
     "");
 
+void AddFormatOption(CLI::App& command, std::optional<int32_t>& format, const char* help) {
+  command
+      .add_option_function<std::string>(
+          "--format", [&format](const std::string& name) { format = name == "xls" ? 1 : 2; }, help)
+      ->check(CLI::IsMember({"csv", "xls"}))
+      ->type_name("csv|xls");
+}
+
 void AddRunOptions(CLI::App& command, RunOptions& run) {
   command.add_option("--mode", run.mode, "display mode: 1, 2 bit LEDs, 3 digital values, 4 analog")
       ->check(CLI::Range(1, 4))
@@ -45,12 +53,7 @@ void AddLogOptions(CLI::App& command, RunOptions& run) {
       ->check(kUtf8Text)
       ->type_name("TEXT");
   command.add_flag("--subfolder", run.subFolder, "one folder per run, named after the comment");
-  command
-      .add_option_function<std::string>(
-          "--format", [&run](const std::string& format) { run.format = format == "xls" ? 1 : 2; },
-          "csv, or xls workbooks")
-      ->check(CLI::IsMember({"csv", "xls"}))
-      ->type_name("csv|xls");
+  AddFormatOption(command, run.format, "csv, or xls workbooks");
 }
 
 }  // namespace
@@ -89,6 +92,9 @@ CommandLine ParseCommandLine(const std::vector<std::string>& words) {
       ->check(kUtf8Text)
       ->type_name("DIR");
   recover->add_flag("--list", line.recover.list, "only list the journals left behind");
+  AddFormatOption(*recover, line.recover.format,
+                  "write csv or xls whatever the run's settings said (for rows of a log format "
+                  "that has no writer)");
 
   CLI::App* devices = app.add_subcommand(
       "devices",

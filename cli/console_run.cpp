@@ -72,9 +72,18 @@ RunSummary RunSampling(
     CloseExcelAfterRun(*view.objExcel);
     view.objExcel.reset();
   }
-  return {(clock.kv_timeGetTime() - connectedAt) / 1000.0, engine.Excel_DB.RowsLogged(),
-          engine.Excel_DB.RowsInFiles(), engine.Excel_DB.RowsDiscarded(),
-          engine.Excel_DB.FilesWritten()};
+  RunSummary summary{(clock.kv_timeGetTime() - connectedAt) / 1000.0,
+                     engine.Excel_DB.RowsLogged(),
+                     engine.Excel_DB.RowsInFiles(),
+                     engine.Excel_DB.RowsDiscarded(),
+                     engine.Excel_DB.FilesWritten(),
+                     0,
+                     {}};
+  if (const auto& kept = engine.RowsKeptInJournal()) {
+    summary.rowsKeptInJournal = kept->rows;
+    summary.journal = kept->path;
+  }
+  return summary;
 }
 
 }  // namespace tavelin::cli

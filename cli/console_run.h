@@ -17,6 +17,10 @@ struct RunSummary {
   int64_t rowsInFiles = 0;    // of them, rows written into files
   int64_t rowsDiscarded = 0;  // rows a csv rollover left out, as it must
   int32_t files = 0;
+  // Rows no log file took (a log format no writer has), and the journal
+  // that keeps them; 0 and empty when every row went into files.
+  int64_t rowsKeptInJournal = 0;
+  std::string journal;
 };
 
 // `onLogWritten` hears of every log file the run writes.

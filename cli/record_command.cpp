@@ -8,6 +8,7 @@
 #include "cli/console_run.h"
 #include "cli/recover_command.h"
 #include "cli/terminal_view.h"
+#include "logging/journal_recovery.h"
 #include "logging/log_names.h"
 #include "platform/file_system.h"
 #include "sampling/run_start.h"
@@ -58,6 +59,12 @@ int RunRecord(const RunOptions& options, const std::string& programFolder) {
     return 1;
   }
 
+  const int32_t format = session->device.t_LogSaveFormat;
+  if (format != 1 && format != 2) {
+    std::cerr << "tavelin-cli record: " << UnwritableFormatText(format)
+              << "。記録した行はジャーナルに残ります\n";
+  }
+
   TerminalView view(session->device, session->USB_IO, session->USB_Probe);
   const bool terminal = isatty(STDERR_FILENO) != 0;
   double shownAt = -kProgressSeconds;
@@ -76,6 +83,12 @@ int RunRecord(const RunOptions& options, const std::string& programFolder) {
           std::cout << log.path << "\n" << std::flush;
         });
     std::cerr << Progress(summary.seconds, summary.rows, summary.files) << "\n" << Counts(summary);
+    if (summary.rowsKeptInJournal > 0) {
+      std::cerr << "tavelin-cli record: " << summary.rowsKeptInJournal
+                << " 行はどのログファイルにも書けず、ジャーナルに残しました: " << summary.journal
+                << "\n  (tavelin-cli recover --format csv または xls で書き出せます)\n";
+      return 1;
+    }
   } catch (const FileError& failure) {
     std::cerr << "\ntavelin-cli record: " << failure.what() << "\n" << LeftoverNotice();
     return 1;

@@ -59,8 +59,9 @@ int RunRecover(const RecoverOptions& options, const std::string& programFolder) 
   int status = 0;
   for (const LeftoverJournal& journal : leftovers) {
     try {
-      const Recovery recovery = RecoverJournal(
-          journal.path, SystemLogEnvironment(WritableFolder(programFolder)), options.folder);
+      const Recovery recovery =
+          RecoverJournal(journal.path, SystemLogEnvironment(WritableFolder(programFolder)),
+                         options.folder, options.format);
       for (const std::string& file : recovery.files) std::cout << file << "\n";
       std::cerr << journal.path << ": " << recovery.rows << " 行を書き出しました\n";
       if (!recovery.damage.empty()) {

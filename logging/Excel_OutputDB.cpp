@@ -124,6 +124,12 @@ void Excel_OutputDB::EndRow(StringBuilder& buffer) {
   ++BufferRows(&buffer == &csv_DB1 ? 1 : 2);
 }
 
+void Excel_OutputDB::TellNameTaken(const LogFileName& name, int32_t Output_ch) {
+  if (environment_.nameTaken) {
+    environment_.nameTaken({name.path, BufferRows(Output_ch), name.placeholder});
+  }
+}
+
 void Excel_OutputDB::FileWritten(int32_t Output_ch, const LogFileName& name, bool rowsKept) {
   WrittenLog written{name.path, name.overwrites, 0, 0};
   (rowsKept ? written.rowsInFile : written.rowsDiscarded) = BufferRows(Output_ch);
@@ -229,7 +235,7 @@ void Excel_OutputDB::WriteTextLog(int32_t Output_ch, KVR_USB_Probe* USB_Probe, U
   const LogFileName name =
       LogFilePath(device, now, FileName_Date, FileName_No, FolderName, environment_);
   TakenLogName taken(name);
-  if (environment_.nameTaken) environment_.nameTaken(name.path);
+  TellNameTaken(name, Output_ch);
   TextStream file = CreateTextFile(name.path);
   file.Write(ToCodePage(csv_Header_Top + DateTimeText(now) + csv_Header_Bottom));
   // Checked on the counter, not the buffer: a file written at a rollover

@@ -127,6 +127,8 @@ class Excel_OutputDB {
   void BeginRow(double now_time);
   void EndRow(StringBuilder& buffer);
 
+  // The name of buffer Output_ch's file is taken: told before the write.
+  void TellNameTaken(const LogFileName& name, int32_t Output_ch);
   // A file of buffer Output_ch is written: counted, and told.
   void FileWritten(int32_t Output_ch, const LogFileName& name, bool rowsKept);
   // Steps 11 to 13 of both workbook kinds: yield, save, close, and empty the

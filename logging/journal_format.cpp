@@ -4,6 +4,7 @@
 #include <emmintrin.h>
 #endif
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <ctime>
@@ -289,12 +290,44 @@ void AppendMark(std::string& out, const JournalMark& mark) {
   le::U32(out, Crc32c(std::string_view(out).substr(start)));
 }
 
-void AppendTakenName(std::string& out, std::string_view path) {
+void AppendTakenName(std::string& out, const JournalTakenName& taken) {
+  std::string body;
+  le::U64(body, static_cast<uint64_t>(taken.rowsCovered));
+  le::U8(body, taken.placeholder ? 1 : 0);
+  le::U64(body, taken.placeholder ? taken.placeholder->device : 0);
+  le::U64(body, taken.placeholder ? taken.placeholder->inode : 0);
+  Text(body, taken.path);
   const std::size_t start = out.size();
   out += kTakenName;
-  le::U32(out, static_cast<uint32_t>(path.size()));
-  out.append(path);
+  le::U32(out, static_cast<uint32_t>(body.size()));
+  out += body;
   le::U32(out, Crc32c(std::string_view(out).substr(start)));
+}
+
+namespace {
+
+std::optional<JournalTakenName> ParseTakenName(std::string_view body, uint16_t version) {
+  if (version == 1) return JournalTakenName{std::string(body), -1, std::nullopt};
+  Reader in(body);
+  const auto covered = in.Number<int64_t>();
+  const auto known = in.Number<uint8_t>();
+  const auto device = in.Number<uint64_t>();
+  const auto inode = in.Number<uint64_t>();
+  auto path = in.Text();
+  if (!covered || !known || !device || !inode || !path || in.Left() != 0 || *covered < 0) {
+    return std::nullopt;
+  }
+  JournalTakenName taken{std::move(*path), *covered, std::nullopt};
+  if (*known != 0) taken.placeholder = FileIdentity{*device, *inode};
+  return taken;
+}
+
+}  // namespace
+
+int64_t JournalContents::RowsInFiles() const {
+  int64_t covered = 0;
+  for (const JournalMark& mark : marks) covered = std::max(covered, mark.rowsCovered);
+  return covered;
 }
 
 JournalContents ReadJournal(std::string_view bytes) {
@@ -306,7 +339,7 @@ JournalContents ReadJournal(std::string_view bytes) {
     return contents;
   }
   const auto version = in.Number<uint16_t>();
-  if (!version || *version != kJournalVersion) {
+  if (!version || *version < 1 || *version > kJournalVersion) {
     contents.damage =
         version ? "a journal of another version (" + std::to_string(*version) + ")" : "cut short";
     return contents;
@@ -323,6 +356,8 @@ JournalContents ReadJournal(std::string_view bytes) {
   contents.readable = true;
   contents.head = std::move(*head);
   const std::size_t valueBytes = contents.head.ValueBytes();
+  // The first row follows the rows the file notes before it cover.
+  std::optional<int64_t> nextRow;
   while (in.Left() > 0) {
     const std::size_t start = in.At();
     const char type = (*in.Take(1))[0];
@@ -342,7 +377,8 @@ JournalContents ReadJournal(std::string_view bytes) {
         damaged("a damaged row");
         break;
       }
-      contents.rows.push_back({time, values});
+      if (!nextRow) nextRow = contents.RowsInFiles();
+      contents.rows.push_back({(*nextRow)++, time, values});
     } else if (type == kMark) {
       const auto length = in.Number<uint32_t>();
       if (!length || *length > kLongestMark || !in.Fits(*length + 4)) {
@@ -363,19 +399,22 @@ JournalContents ReadJournal(std::string_view bytes) {
       }
       const auto covered = static_cast<int64_t>((static_cast<uint64_t>(*high) << 32) | *low);
       contents.marks.push_back({covered, *overwrote != 0, std::move(*path)});
-      contents.unfinishedName.clear();
+      contents.unfinished.reset();
     } else if (type == kTakenName) {
       const auto length = in.Number<uint32_t>();
       if (!length || *length > kLongestText || !in.Fits(*length + 4)) {
         damaged("a name note cut short");
         break;
       }
-      const std::string_view path = *in.Take(*length);
-      if (Crc32c(bytes.substr(start, in.At() - start)) != *in.Number<uint32_t>()) {
+      const std::string_view body = *in.Take(*length);
+      auto taken = Crc32c(bytes.substr(start, in.At() - start)) == *in.Number<uint32_t>()
+                       ? ParseTakenName(body, *version)
+                       : std::nullopt;
+      if (!taken) {
         damaged("a damaged name note");
         break;
       }
-      contents.unfinishedName = std::string(path);
+      contents.unfinished = std::move(*taken);
     } else {
       damaged("an unknown record");
       break;

@@ -1,8 +1,10 @@
 #pragma once
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
+#include "platform/file_system.h"
 #include "platform/local_time.h"
 
 namespace tavelin {
@@ -17,6 +19,15 @@ struct WrittenLog {
   int64_t rowsDiscarded = 0;
 };
 
+// A log file's name as it is taken, before its write: the rows of the
+// buffer the file will take (hold, or leave out at a csv rollover), and
+// the file the name was taken with.
+struct TakenLog {
+  std::string path;
+  int64_t rows = 0;
+  std::optional<FileIdentity> placeholder;
+};
+
 // What the log writer takes from around it: the local time of a write, one
 // pass of the message pump, the two folders a log may go to, and whom to
 // tell of each file written.
@@ -27,7 +38,7 @@ struct LogEnvironment {
   std::string desktopFolder;
   std::function<void(const WrittenLog&)> logWritten = nullptr;
   // Told of a log file's name as it is taken, before its write.
-  std::function<void(const std::string& path)> nameTaken = nullptr;
+  std::function<void(const TakenLog&)> nameTaken = nullptr;
   // Where a logged run keeps its journal; none when empty.
   std::string journalFolder = {};
 };

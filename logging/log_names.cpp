@@ -152,7 +152,7 @@ LogFileName LogFilePath(ELM327_Info& device, const LocalTime& now, std::string& 
     base = JoinPath(base, FolderName);
   }
   const auto pathOf = [&] { return JoinPath(base, "SD" + date + "-" + number + extension); };
-  LogFileName name{pathOf()};
+  LogFileName name{pathOf(), false, std::nullopt};
   bool taken = TakeFileName(name.path);
   while (!taken && n < kLastNumber) {
     ++n;
@@ -162,6 +162,7 @@ LogFileName LogFilePath(ELM327_Info& device, const LocalTime& now, std::string& 
     taken = TakeFileName(name.path);
   }
   name.overwrites = !taken;
+  name.placeholder = IdentityOf(name.path);
   FileName_No = number;
   return name;
 }

@@ -31,6 +31,9 @@ struct LogFileName {
   std::string path;
   // The search stopped at its limit (1000): the file there is written over.
   bool overwrites = false;
+  // The file the name was taken with: the empty file made, or the one
+  // written over. The log put in place is another file.
+  std::optional<FileIdentity> placeholder;
 };
 
 // The next log file: "SD" yymmddhh "-" number extension. The number runs

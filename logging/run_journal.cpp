@@ -38,71 +38,70 @@ bool WriteAll(int fd, std::string_view bytes) {
   return true;
 }
 
+// A journal file made only where none is, locked for the run's life.
+int MakeLockedFile(const std::string& path, int flags) {
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0600);
+  if (fd >= 0) ::flock(fd, LOCK_EX | LOCK_NB);
+  return fd;
+}
+
+std::string FolderOf(const std::string& path) {
+  return std::filesystem::path(path).parent_path().string();
+}
+
 }  // namespace
 
 std::unique_ptr<RunJournal> RunJournal::Start(const std::string& folder, const JournalHead& head,
                                               std::string& why) {
   std::error_code error;
   std::filesystem::create_directories(folder, error);
+  if (error) {
+    why = folder + ": " + error.message();
+    return nullptr;
+  }
   std::string path;
   int fd = -1;
   for (int attempt = 0; fd < 0 && attempt < 100; ++attempt) {
     path = folder + "/" + JournalName(head, attempt);
-    fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    fd = MakeLockedFile(path, O_EXCL);
     if (fd < 0 && errno != EEXIST) break;
   }
   if (fd < 0) {
     why = path + ": " + std::strerror(errno);
     return nullptr;
   }
-  ::flock(fd, LOCK_EX | LOCK_NB);  // ours while the run lives
-  const std::string bytes = EncodeHead(head);
-  if (!WriteAll(fd, bytes) || ::fdatasync(fd) != 0) {
+  std::string bytes = EncodeHead(head);
+  if (!WriteAll(fd, bytes) || ::fdatasync(fd) != 0 || !SyncFolder(folder)) {
     why = path + ": " + std::strerror(errno);
     ::close(fd);
     ::unlink(path.c_str());
     return nullptr;
   }
-  return std::unique_ptr<RunJournal>(new RunJournal(path, fd, head, bytes.size()));
+  return std::unique_ptr<RunJournal>(new RunJournal(path, fd, head, std::move(bytes)));
 }
 
-RunJournal::RunJournal(std::string path, int fd, JournalHead head, std::size_t headBytes)
+RunJournal::RunJournal(std::string path, int fd, JournalHead head, std::string headBytes)
     : path_(std::move(path)),
       fd_(fd),
       head_(std::move(head)),
-      headBytes_(headBytes),
-      rowBytes_(1 + 8 + head_.ValueBytes() + 4),
-      syncer_([this] { SyncLoop(); }) {
+      headBytes_(std::move(headBytes)),
+      rowBytes_(1 + 8 + head_.ValueBytes() + 4) {
   unfiled_.reserve(1 << 16);
 }
 
 RunJournal::~RunJournal() {
   if (fd_ >= 0) Write();
-  {
-    const std::lock_guard lock(syncMutex_);
-    stopSyncing_ = true;
-  }
-  syncWanted_.notify_one();
-  syncer_.join();
+  disk_.WaitIdle();
   if (fd_ < 0) return;
   if (unsynced_ && !failed_) ::fdatasync(fd_);
   ::close(fd_);
 }
 
-void RunJournal::SyncLoop() {
-  std::unique_lock lock(syncMutex_);
-  for (;;) {
-    syncWanted_.wait(lock, [this] { return syncRequested_ || stopSyncing_; });
-    if (stopSyncing_) return;
-    syncRequested_ = false;
-    syncing_ = true;
-    const int fd = fd_;
-    lock.unlock();
-    ::fdatasync(fd);
-    lock.lock();
-    syncing_ = false;
-    syncDone_.notify_all();
-  }
+void RunJournal::Refused(const char* what) {
+  if (failed_) return;
+  failed_ = true;
+  std::cerr << "tavelin: the run's journal " << path_ << " " << what << " (" << std::strerror(errno)
+            << "); the run goes on without it\n";
 }
 
 void RunJournal::AddRow(double time, std::string_view values) {
@@ -120,6 +119,17 @@ void RunJournal::Flush(double nowMs) {
   }
 }
 
+void RunJournal::NoteName(const TakenLog& taken) {
+  if (failed_ || fd_ < 0) return;
+  const int64_t rows = std::min<int64_t>(taken.rows, UnfiledRows());
+  AppendTakenName(pending_, {taken.path, filedRows_ + rows, taken.placeholder});
+  Write();
+  // Before the file can be in place: a power cut must not leave the file
+  // without the note that its rows are in it.
+  if (!failed_ && ::fdatasync(fd_) != 0) Refused("cannot be synced");
+  unsynced_ = false;
+}
+
 void RunJournal::NoteFile(const WrittenLog& log) {
   if (failed_ || fd_ < 0) return;
   const std::size_t inFile = static_cast<std::size_t>(log.rowsInFile + log.rowsDiscarded);
@@ -128,23 +138,39 @@ void RunJournal::NoteFile(const WrittenLog& log) {
   AppendMark(marks_, {filedRows_, log.overwrote, log.path});
   unfiled_.erase(0, cut);
   pending_.clear();  // the name of this file, now noted as written
-  WaitForSync();     // no sync of the old contents runs on while they are cut
-  if (::ftruncate(fd_, static_cast<off_t>(headBytes_)) != 0 ||
-      ::lseek(fd_, static_cast<off_t>(headBytes_), SEEK_SET) < 0) {
-    failed_ = true;
-    return;
-  }
-  written_ = 0;
-  pending_ = marks_;
-  if (!WriteAll(fd_, pending_)) failed_ = true;
-  pending_.clear();
-  Write();
-  SyncInBackground();
+  Rewrite();
 }
 
-void RunJournal::NoteName(const std::string& path) {
-  AppendTakenName(pending_, path);
-  Write();
+// The journal anew: its head, the file notes, the rows no file holds. It
+// goes to a file of its own that replaces the journal once it is on disk,
+// so that a crash at any moment leaves one whole journal; rows logged
+// meanwhile go to the new file. The old file, locked, stays open until
+// then, so that no recovery takes it for a leftover.
+void RunJournal::Rewrite() {
+  const std::string temporary = path_ + kJournalRewriteSuffix + std::to_string(++rewrites_);
+  const int fd = MakeLockedFile(temporary, O_TRUNC);
+  if (fd < 0) {
+    Refused("cannot be written anew");
+    return;
+  }
+  if (!WriteAll(fd, headBytes_) || !WriteAll(fd, marks_) || !WriteAll(fd, unfiled_)) {
+    Refused("cannot be written anew");
+    ::close(fd);
+    ::unlink(temporary.c_str());
+    return;
+  }
+  const int old = fd_;
+  fd_ = fd;
+  written_ = unfiled_.size();
+  unsynced_ = false;
+  disk_.Post([fd, old, temporary, path = path_] {
+    if (::fdatasync(fd) != 0 || ::rename(temporary.c_str(), path.c_str()) != 0 ||
+        !SyncFolder(FolderOf(path))) {
+      std::cerr << "tavelin: the run's journal " << path << " cannot be put in place ("
+                << std::strerror(errno) << ")\n";
+    }
+    ::close(old);
+  });
 }
 
 // The rows not yet in the file, then the name notes: in the order they came.
@@ -152,11 +178,7 @@ void RunJournal::Write() {
   if (failed_ || fd_ < 0) return;
   const std::string_view rows = std::string_view(unfiled_).substr(written_);
   if (rows.empty() && pending_.empty()) return;
-  if (!WriteAll(fd_, rows) || !WriteAll(fd_, pending_)) {
-    failed_ = true;
-    std::cerr << "tavelin: the run's journal " << path_ << " takes no more rows ("
-              << std::strerror(errno) << "); the run goes on without it\n";
-  }
+  if (!WriteAll(fd_, rows) || !WriteAll(fd_, pending_)) Refused("takes no more rows");
   written_ = unfiled_.size();
   pending_.clear();
   unsynced_ = true;
@@ -165,25 +187,23 @@ void RunJournal::Write() {
 void RunJournal::SyncInBackground() {
   if (!unsynced_ || failed_ || fd_ < 0) return;
   unsynced_ = false;
-  {
-    const std::lock_guard lock(syncMutex_);
-    syncRequested_ = true;
-  }
-  syncWanted_.notify_one();
+  if (syncQueued_.exchange(true)) return;  // the one queued syncs these rows too
+  disk_.Post([this, fd = fd_] {
+    syncQueued_ = false;
+    ::fdatasync(fd);
+  });
 }
 
-void RunJournal::WaitForSync() {
-  std::unique_lock lock(syncMutex_);
-  syncDone_.wait(lock, [this] { return !syncing_ && !syncRequested_; });
-}
-
-void RunJournal::Finish() {
-  if (fd_ < 0) return;
-  WaitForSync();
-  const std::lock_guard lock(syncMutex_);  // the syncer reads fd_
+int64_t RunJournal::Finish() {
+  if (fd_ < 0) return 0;
+  const int64_t kept = UnfiledRows();
+  if (kept > 0) return kept;  // the destructor writes and syncs them
+  disk_.WaitIdle();
   ::close(fd_);
   fd_ = -1;
   ::unlink(path_.c_str());
+  SyncFolder(FolderOf(path_));
+  return 0;
 }
 
 }  // namespace tavelin

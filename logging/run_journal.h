@@ -1,13 +1,12 @@
 #pragma once
-#include <condition_variable>
+#include <atomic>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include "logging/journal_format.h"
 #include "logging/log_environment.h"
+#include "platform/serial_worker.h"
 
 namespace tavelin {
 
@@ -15,11 +14,13 @@ namespace tavelin {
 // rows gather in memory and go to the file with one write at most every
 // 100 ms, forced to disk at most once a second on a thread of its own (a
 // slow disk never holds up sampling), so that a crash costs at most about a
-// second of rows. A log file written is noted at once, and the rows it
-// holds leave the journal: the journal holds the rows no file holds yet. A
-// run that ends normally deletes its journal; one that does not leaves it
-// for recovery. The run holds a lock on the file, so nobody recovers a
-// journal that is still being written.
+// second of rows. A log file's name taken is noted and forced to disk
+// before the file is written; a log file written (and so on disk) lets go
+// of the rows it holds: the journal is then written anew beside itself and
+// put in place whole, on that thread. A run that ends with every row in a
+// file deletes its journal; one that does not leaves it for recovery. The
+// run holds a lock on the file, so nobody recovers a journal that is still
+// being written.
 class RunJournal {
  public:
   static constexpr double kWriteEveryMs = 100.0;
@@ -46,42 +47,46 @@ class RunJournal {
   // after the file's last one stay: a workbook saved in the background is
   // noted some rows later.
   void NoteFile(const WrittenLog& log);
-  // A log file's name taken: written at once, so that recovery can clear
+  // A log file's name taken: on disk before the file's write begins, so
+  // that recovery knows a file put in place but not yet noted, and clears
   // what a write cut off leaves behind.
-  void NoteName(const std::string& path);
-  // The run ended normally: the journal goes.
-  void Finish();
+  void NoteName(const TakenLog& taken);
+  // The run ended normally. A journal whose rows are all in files goes;
+  // one with rows no file took (a log format no writer has) stays for
+  // recovery, and the rows it keeps are counted.
+  int64_t Finish();
 
  private:
-  RunJournal(std::string path, int fd, JournalHead head, std::size_t headBytes);
+  RunJournal(std::string path, int fd, JournalHead head, std::string headBytes);
   void Write();
   void SyncInBackground();
-  void WaitForSync();
-  void SyncLoop();
+  void Rewrite();
+  int64_t UnfiledRows() const { return static_cast<int64_t>(unfiled_.size() / rowBytes_); }
+  void Refused(const char* what);
 
   std::string path_;
   int fd_;
   JournalHead head_;
-  std::size_t headBytes_ = 0;
+  std::string headBytes_;
   std::size_t rowBytes_ = 0;
-  std::string marks_;        // the file notes so far, written again after each cut
+  std::string marks_;        // the file notes so far, written again in each rewrite
   std::string unfiled_;      // the rows no file holds yet, oldest first
   std::size_t written_ = 0;  // bytes of unfiled_ in the file
   std::string pending_;      // name notes not yet written
   int64_t filedRows_ = 0;
+  int rewrites_ = 0;
   double lastWriteMs_ = 0.0;
   double lastSyncMs_ = 0.0;
   bool unsynced_ = false;
   bool failed_ = false;  // the journal's own disk refused it: the run goes on without
-  // The thread that syncs the file when asked; requests that come while it
-  // syncs are served by one more sync.
-  std::mutex syncMutex_;
-  std::condition_variable syncWanted_, syncDone_;
-  bool syncRequested_ = false, syncing_ = false, stopSyncing_ = false;
-  std::thread syncer_;
+  std::atomic<bool> syncQueued_{false};
+  // Last: its thread is done before the rest goes.
+  SerialWorker disk_;
 };
 
 // The folder journals go to, and a journal's file name ending.
 inline constexpr const char* kJournalSuffix = ".journal";
+// A journal written anew is put in place from "<journal>.new<N>".
+inline constexpr const char* kJournalRewriteSuffix = ".new";
 
 }  // namespace tavelin

@@ -151,7 +151,7 @@ void Excel_OutputDB::WriteBitWorkbook(int32_t Output_ch, USB_IO_IF& USB_IO, ELM3
   const LogFileName name =
       LogFilePath(device, now, FileName_Date, FileName_No, FolderName, environment_);
   TakenLogName taken(name);
-  if (environment_.nameTaken) environment_.nameTaken(name.path);
+  TellNameTaken(name, Output_ch);
   ExcelApplication& excel = Application();
   Worksheet& sheet = StartWorkbook(excel, device, "E1", "J1", "J1:M1", now);
   sheet.GetRange("A7").Interior().ColorIndex(36);
@@ -195,7 +195,7 @@ void Excel_OutputDB::WriteChWorkbook(int32_t Output_ch, KVR_USB_Probe* USB_Probe
   const LogFileName name =
       LogFilePath(device, now, FileName_Date, FileName_No, FolderName, environment_);
   TakenLogName taken(name);
-  if (environment_.nameTaken) environment_.nameTaken(name.path);
+  TellNameTaken(name, Output_ch);
   ExcelApplication& excel = Application();
   Worksheet& sheet = StartWorkbook(excel, device, "D1", "H1", "H1:I1", now);
 

@@ -95,9 +95,9 @@ LogEnvironment ForTheRun(LogEnvironment environment, MessagePump& pump,
     if (journal) journal->NoteFile(log);
     if (told) told(log);
   };
-  environment.nameTaken = [told = environment.nameTaken, &journal](const std::string& path) {
-    if (journal) journal->NoteName(path);
-    if (told) told(path);
+  environment.nameTaken = [told = environment.nameTaken, &journal](const TakenLog& taken) {
+    if (journal) journal->NoteName(taken);
+    if (told) told(taken);
   };
   return environment;
 }
@@ -211,6 +211,7 @@ void FormBG::PrepareRunLog() {
   if (Device().t_LogSave_subFolder == 1) Excel_DB.Get_SubFolder_Name(Device(), FolderName);
   Excel_DB.csv_DB_Initialize(0, USB_Probe, UsbIo(), Device());
   journal_.reset();  // a journal left by a run that failed stays on disk
+  keptJournal_.reset();
   if (Device().t_LogSave_Enable == 1) StartJournal();
 }
 
@@ -249,8 +250,12 @@ void FormBG::WriteLastLogFile() {
       throw;
     }
   }
-  // The run ended as it should: nothing to recover.
-  if (journal_) journal_->Finish();
+  // The run ended as it should: nothing to recover, unless rows found no
+  // file (a log format no writer has); they stay in the journal.
+  if (journal_) {
+    const int64_t kept = journal_->Finish();
+    if (kept > 0) keptJournal_ = {journal_->Path(), kept};
+  }
   journal_.reset();
 }
 

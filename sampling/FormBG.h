@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "devices/KVR_USB_Probe.h"
@@ -65,6 +66,14 @@ class FormBG {
 
   RunState State() const;
 
+  // Rows of the last run that no log file took (its log format has no
+  // writer): they stay in its journal, for recovery.
+  struct KeptJournal {
+    std::string path;
+    int64_t rows = 0;
+  };
+  const std::optional<KeptJournal>& RowsKeptInJournal() const { return keptJournal_; }
+
   // The timer of the digital or the analog side, as a view's close asks it.
   bool TimerEnabled(bool analog) const;
   void DisableTimer(bool analog);
@@ -101,6 +110,7 @@ class FormBG {
   // The journal of a logged run: what a crash would otherwise lose.
   std::unique_ptr<RunJournal> journal_;
   std::string journalRow_;
+  std::optional<KeptJournal> keptJournal_;
 };
 
 }  // namespace tavelin

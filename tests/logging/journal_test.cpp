@@ -78,14 +78,14 @@ TEST(Journal, DamageStopsTheReadingAndIsSaid) {
   std::string flipped = Journal(5, 0);
   flipped[EncodeHead(BitHead()).size() + 2 * 15 + 3] ^= 0x40;  // in the third row
   std::string otherVersion = Journal(2, 0);
-  otherVersion[4] = 2;
+  otherVersion[4] = kJournalVersion + 1;
   std::string noise(4000, '\0');
   std::mt19937 random(7);
   for (char& byte : noise) byte = static_cast<char>(random());
   std::string noisyTail = Journal(4, 0) + noise;
   const Case cases[] = {
       {"a flipped bit", flipped, true, 2, "a damaged row"},
-      {"another version", otherVersion, false, 0, "another version (2)"},
+      {"another version", otherVersion, false, 0, "another version (3)"},
       {"random bytes", noise, false, 0, "not a journal"},
       {"random bytes after good rows", noisyTail, true, 4, "at byte"},
       {"a head cut short", Journal(1, 0).substr(0, 30), false, 0, "head"},
@@ -100,7 +100,8 @@ TEST(Journal, DamageStopsTheReadingAndIsSaid) {
 }
 
 // One write per batch of 100 ms, the rows a file holds cut out of the
-// journal, and the journal gone at a normal end but kept otherwise.
+// journal, and the journal gone at a normal end whose rows are all in files
+// but kept otherwise.
 TEST(Journal, TheWriterBatchesCutsAndFinishes) {
   test::TempFolder folder;
   std::string why;
@@ -130,13 +131,19 @@ TEST(Journal, TheWriterBatchesCutsAndFinishes) {
   auto finished = RunJournal::Start(folder.Path().string() + "/more", BitHead(), why);
   const std::string finishedPath = finished->Path();
   finished->AddRow(0, std::string(2, '\0'));
+  finished->NoteFile({"/logs/SD26030214-002.csv", false, 1, 0});
   // A second run of the same process in the same second keeps its own.
   auto next = RunJournal::Start(folder.Path().string() + "/more", BitHead(), why);
   ASSERT_TRUE(next) << why;
-  EXPECT_NE(next->Path(), finishedPath);
-  finished->Finish();
+  const std::string nextPath = next->Path();
+  EXPECT_NE(nextPath, finishedPath);
+  EXPECT_EQ(finished->Finish(), 0);
   EXPECT_FALSE(fs::exists(finishedPath));
-  next->Finish();
+  // Rows no file took (a log format without a writer) stay.
+  next->AddRow(0, std::string(2, '\0'));
+  EXPECT_EQ(next->Finish(), 1);
+  next.reset();
+  EXPECT_EQ(ReadJournal(test::ReadBytes(nextPath)).rows.size(), 1u);
 }
 
 TEST(Journal, ALeftoverIsFoundOnceItsRunHasGoneAndAnUnreadableOneIsKeptAside) {

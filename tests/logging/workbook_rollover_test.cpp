@@ -29,8 +29,8 @@ class WorkbookRollover : public ::testing::Test {
       told.push_back({log.path, fs::is_regular_file(log.path) && fs::file_size(log.path) > 4096,
                       log.rowsInFile});
     };
-    environment.nameTaken = [this](const std::string& path) {
-      if (onNameTaken) onNameTaken(path);
+    environment.nameTaken = [this](const TakenLog& taken) {
+      if (onNameTaken) onNameTaken(taken.path);
     };
     log = std::make_unique<Excel_OutputDB>(environment);
     log->objExcel = std::make_shared<ExcelApplication>();
