@@ -98,6 +98,7 @@ bool Form1::BootRoutine() {
   PumpWithProgress(90);
   form2_->hide();
   OfferRecovery();
+  OfferUnsavedSettings();
   IgnoringErrors([&] { CheckExcelInstalled(device); });
   if (stopRequested_) {
     Form_QueryUnload();
@@ -162,6 +163,36 @@ void Form1::OfferRecovery() {
     text += QStringLiteral("\n\n読めなかった部分:\n") + failed.join(QLatin1Char('\n'));
   }
   Boxes().Information(nullptr, title, text);
+}
+
+// Settings changed in the window by a program that then did not end well
+// (a crash, a kill, a power cut) were kept aside: they are offered back.
+void Form1::OfferUnsavedSettings() {
+  keptAside_.emplace(StateFolder(), environment_.writableFolder);
+  if (stopRequested_) return;
+  const auto kept = keptAside_->Kept();
+  if (kept && *kept != RecordsOf(device, USB_Probe)) {
+    const bool restore =
+        Boxes().Ask(nullptr, Q(device.Application_title),
+                    QStringLiteral("前回は変更した設定を保存する前に終了しました。\n"
+                                   "前回の設定を復元しますか？"),
+                    QStringLiteral("復元する"), QStringLiteral("復元しない"));
+    if (restore) {
+      ApplyRecords(*kept, device, USB_Probe);
+    } else {
+      keptAside_->Drop();
+    }
+  } else if (kept) {
+    keptAside_->Drop();  // the files hold them already
+  }
+  keptRecords_ = RecordsOf(device, USB_Probe);
+}
+
+void Form1::KeepSettings() {
+  if (!keptAside_ || unloaded_) return;
+  SettingsRecords now = RecordsOf(device, USB_Probe);
+  if (now == keptRecords_) return;
+  if (keptAside_->Keep(now)) keptRecords_ = std::move(now);
 }
 
 void Form1::PumpWithProgress(int percent) {
@@ -320,6 +351,7 @@ void Form1::Form_QueryUnload() {
   FileSaveSystem::Write_Config(device, environment_.writableFolder);
   FileSaveSystem::Write_ChSet(device, environment_.writableFolder);
   FileSaveSystem::Write_AnSet(USB_Probe, environment_.writableFolder);
+  if (keptAside_) keptAside_->Drop();
 }
 
 }  // namespace tavelin

@@ -11,6 +11,7 @@
 #include "devices/USB_IO_IF.h"
 #include "devices/device_libraries.h"
 #include "sampling/FormBG.h"
+#include "settings/settings_kept_aside.h"
 #include "state/ELM327_Info.h"
 #include "views/message_boxes.h"
 #include "views/qt_event_pump.h"
@@ -68,6 +69,7 @@ class Form1 final : public ViewHost {
   ViewFrame& ViewOfMode(int32_t mode) override { return View(mode); }
   void ShowHelp(int32_t kind) override;
   void HideHelp() override;
+  void KeepSettings() override;
 
   // The dialog of a Tool menu entry while it is open, else null.
   FormCommonSetting* TheFormCommonSetting() const;
@@ -100,6 +102,7 @@ class Form1 final : public ViewHost {
  private:
   void PumpWithProgress(int percent);
   void OfferRecovery();
+  void OfferUnsavedSettings();
   void Form_QueryUnload();
   void CloseOnceIdle(QPointer<ViewFrame> view);
 
@@ -127,6 +130,9 @@ class Form1 final : public ViewHost {
   QPointer<FormFrashWrite> formFrashWrite_;
   bool unloaded_ = false;
   bool stopRequested_ = false;
+  // The settings as last written or kept aside, and where they are kept.
+  std::optional<SettingsKeptAside> keptAside_;
+  SettingsRecords keptRecords_;
 };
 
 }  // namespace tavelin

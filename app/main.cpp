@@ -2,6 +2,7 @@
 #include <QApplication>
 #include <QMessageBox>
 #include <cstdlib>
+#include <functional>
 #include <iostream>
 
 #include "app/Form1.h"
@@ -14,11 +15,15 @@
 
 namespace {
 
-// An exception that leaves a handler: a critical box with its text, then
-// the program ends at once, without writing any settings.
+// An exception that leaves a handler: the settings changed so far are kept
+// aside, a critical box says what failed and what is kept, then the
+// program ends at once, without writing the settings files.
 class TavelinApplication final : public QApplication {
  public:
   using QApplication::QApplication;
+
+  // Run before the box: what must outlive the end.
+  std::function<void()> keepWhatMatters;
 
   bool notify(QObject* receiver, QEvent* event) override {
     try {
@@ -26,13 +31,25 @@ class TavelinApplication final : public QApplication {
     } catch (const std::exception& error) {
       Report(QString::fromUtf8(error.what()));
     } catch (...) {
-      Report(QStringLiteral("unknown error"));
+      Report(QStringLiteral("不明なエラー"));
     }
     return false;
   }
 
  private:
-  [[noreturn]] static void Report(const QString& text) {
+  [[noreturn]] void Report(const QString& what) {
+    if (keepWhatMatters) {
+      try {
+        keepWhatMatters();
+      } catch (...) {
+        // the report matters more
+      }
+    }
+    const QString text = QStringLiteral("エラーが発生したため、プログラムを終了します。\n\n") +
+                         what +
+                         QStringLiteral(
+                             "\n\n記録中の行はジャーナルに、変更した設定は控えに残っています。\n"
+                             "次回の起動時に復元できます。");
     tavelin::MakeMessageBox(nullptr, QMessageBox::Critical, tavelin::Q(tavelin::identity::kTitle),
                             text, QMessageBox::Ok)
         ->exec();
@@ -59,6 +76,7 @@ int main(int argc, char** argv) {
   tavelin::QtMessageBoxes boxes;
   tavelin::Form1 form1({folder, &boxes, {}, writable});
   const tavelin::StopRequestListener stopRequests(form1);
+  app.keepWhatMatters = [&form1] { form1.KeepSettings(); };
   if (!form1.BootRoutine()) return 0;
   return app.exec();
 }

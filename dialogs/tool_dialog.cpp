@@ -32,6 +32,7 @@ void ToolDialog::ConnectFoot(QAbstractButton* okButton, QAbstractButton* cancel,
 
 void ToolDialog::Form_Unload() {
   host_.HideHelp();
+  host_.KeepSettings();
   if (obj_Form != nullptr) obj_Form->setEnabled(true);
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
@@ -224,13 +225,57 @@ class RecoveryNotes {
   int64_t rowsInFiles_;
 };
 
-void RemoveRewrites(const std::string& journal) {
+// The journals written anew beside `journal`, newest first.
+std::vector<fs::path> RewritesOf(const std::string& journal) {
+  std::vector<std::pair<int, fs::path>> found;
   std::error_code ignored;
   const fs::path path(journal);
   const std::string prefix = path.filename().string() + kJournalRewriteSuffix;
   for (const auto& entry : fs::directory_iterator(path.parent_path(), ignored)) {
-    if (entry.path().filename().string().rfind(prefix, 0) == 0) fs::remove(entry.path(), ignored);
+    const std::string name = entry.path().filename().string();
+    if (name.rfind(prefix, 0) != 0 || !AllDigits(name.substr(prefix.size()))) continue;
+    found.emplace_back(std::atoi(name.c_str() + prefix.size()), entry.path());
   }
+  std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a > b; });
+  std::vector<fs::path> paths;
+  for (auto& [number, rewrite] : found) paths.push_back(std::move(rewrite));
+  return paths;
+}
+
+void RemoveRewrites(const std::string& journal) {
+  std::error_code ignored;
+  for (const fs::path& rewrite : RewritesOf(journal)) fs::remove(rewrite, ignored);
+}
+
+int64_t LastRow(const JournalContents& contents) {
+  return contents.rows.empty() ? -1 : contents.rows.back().index;
+}
+
+// A run that died while its journal, written anew after a file, waited to
+// be put in place left the new one beside it, with the rows logged since:
+// it is put in place now, as the run would have. One that a power cut left
+// with fewer rows than the old journal is dropped.
+void FinishRewrite(const std::string& path) {
+  const std::vector<fs::path> rewrites = RewritesOf(path);
+  if (rewrites.empty()) return;
+  const LockedJournal journal(path, O_RDONLY);
+  if (!journal.Held()) return;  // its run is still on
+  const std::string bytes = journal.ReadAll();
+  const JournalContents old = ReadJournal(bytes);
+  for (const fs::path& rewrite : rewrites) {
+    const LockedJournal newer(rewrite.string(), O_RDONLY);
+    if (!newer.Held()) continue;
+    const std::string newBytes = newer.ReadAll();
+    const JournalContents contents = ReadJournal(newBytes);
+    if (contents.readable && contents.marks.size() >= old.marks.size() &&
+        LastRow(contents) >= LastRow(old)) {
+      std::error_code ignored;
+      fs::rename(rewrite, path, ignored);
+      SyncFolder(fs::path(path).parent_path().string());
+      break;
+    }
+  }
+  RemoveRewrites(path);
 }
 
 void RemoveJournal(const std::string& path) {
@@ -252,6 +297,7 @@ std::vector<LeftoverJournal> LeftoverJournals(const std::string& folder) {
   for (const auto& entry : fs::directory_iterator(folder, error)) {
     const std::string path = entry.path().string();
     if (entry.path().extension() != kJournalSuffix || !entry.is_regular_file(error)) continue;
+    FinishRewrite(path);
     const LockedJournal lock(path, O_RDONLY);
     if (!lock.Held()) continue;  // a running program writes it
     const std::string bytes = lock.ReadAll();

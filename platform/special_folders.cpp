@@ -36,12 +36,17 @@ std::string DesktopFolder() {
   return fromUserDirs.empty() ? std::string(home) + "/Desktop" : fromUserDirs;
 }
 
-std::string JournalFolder() {
+std::string StateFolder() {
   const char* state = std::getenv("XDG_STATE_HOME");
-  if (state != nullptr && state[0] == '/') return std::string(state) + "/tavelin/journal";
+  if (state != nullptr && state[0] == '/') return std::string(state) + "/tavelin";
   const char* home = std::getenv("HOME");
   if (home == nullptr || home[0] != '/') return {};
-  return std::string(home) + "/.local/state/tavelin/journal";
+  return std::string(home) + "/.local/state/tavelin";
+}
+
+std::string JournalFolder() {
+  const std::string state = StateFolder();
+  return state.empty() ? state : state + "/journal";
 }
 
 }  // namespace tavelin

@@ -7,6 +7,10 @@ namespace tavelin {
 // else ~/Desktop; empty when there is no home.
 std::string DesktopFolder();
 
+// $XDG_STATE_HOME/tavelin (~/.local/state/tavelin): what a crash must not
+// lose; empty without a home.
+std::string StateFolder();
+
 // Where the journals of logged runs are kept: $XDG_STATE_HOME/tavelin/journal,
 // by default ~/.local/state/tavelin/journal, a writable place whatever the
 // log folder is. Made on first use by the journal; empty without a home.

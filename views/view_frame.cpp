@@ -261,6 +261,7 @@ void ViewFrame::Pic_Connect_Click() {
     return;  // Refused: only Disconnect leads out
   }
   device->t_LogComment = comment;
+  host_.KeepSettings();
   if (device->t_LogSave_Enable == 1) {
     // A run that logs into a folder that takes no file would lose its rows
     // at Disconnect: better said now.
@@ -279,6 +280,7 @@ void ViewFrame::Pic_Connect_Click() {
   PrepareDevicesForRun(design_.analog, *device, host_.UsbIo(), host_.UsbProbe());
   RxFlag = 1;
   host_.TheFormBG().start_timer();
+  host_.KeepSettings();  // a run may fall back to the desktop as its log folder
 }
 
 void ViewFrame::Pic_Disconnect_Click() {
@@ -290,7 +292,8 @@ void ViewFrame::Pic_Disconnect_Click() {
   if (LogsToWorkbook(*device)) {
     // No test for an empty objExcel: after a refused connect this fails.
     if (!objExcel) {
-      throw std::runtime_error("objExcel is empty: the workbook application cannot quit");
+      throw std::runtime_error(
+          "切断の処理: ワークブックを閉じられません (ワークブックのアプリケーションがありません)");
     }
     CloseExcelAfterRun(*objExcel);
     objExcel.reset();

@@ -3,8 +3,10 @@
 #include <QtTest>
 
 #include "app/instance_lock.h"
+#include "dialogs/FormCommonSetting.h"
 #include "gui_support.h"
 #include "logging/journal_recovery.h"
+#include "logging/log_test_support.h"
 #include "logging/run_journal.h"
 #include "platform/special_folders.h"
 #include "support/scoped_environment.h"
@@ -163,6 +165,45 @@ class BootTest : public QObject {
     InstanceLock nowhere(folder.Path() + "/no/such/folder");
     QCOMPARE(nowhere.Result(), Outcome::Unavailable);
     QVERIFY(!nowhere.Why().empty());
+  }
+
+  // Settings changed by a dialog are kept aside as its OK closes it: a
+  // program that then dies without its end (a kill, a power cut, the crash
+  // of a Disconnect after a refused connect) offers them at its next start,
+  // and the three files are written only by a normal end, as always.
+  void settingsChangedByADialogSurviveAKill() {
+    for (const bool restore : {true, false}) {
+      TempFolder state;
+      const ScopedEnvironment stateHome("XDG_STATE_HOME", state.Path().string());
+      ProgramFolder folder;
+      SaveSettings(folder, 3, [](ELM327_Info& device) { device.t_LogSampling = 250; });
+      const fs::path config = fs::path(folder.Path()) / FileSaveSystem::kConfigFile;
+      const std::string before = ReadBytes(config);
+      {
+        const auto killed = Boot(folder);
+        QVERIFY(killed->started);
+        killed->form1->ShownView()->menu_common_setting->trigger();
+        FormCommonSetting* dialog = killed->form1->TheFormCommonSetting();
+        dialog->TB_Sampling->setText(QStringLiteral("700"));
+        dialog->Bt_OK->click();
+        QCOMPARE(killed->form1->device.t_LogSampling, 700);
+      }  // gone without its end: nothing of the unload runs
+      QCOMPARE(ReadBytes(config), before);
+
+      const auto next = Boot(folder, {}, {}, restore);
+      QVERIFY(next->started);
+      QCOMPARE(next->boxes.questions,
+               QStringList{QStringLiteral("前回は変更した設定を保存する前に終了しました。\n"
+                                          "前回の設定を復元しますか？")});
+      QCOMPARE(next->form1->device.t_LogSampling, restore ? 700 : 250);
+      next->form1->ShownView()->close();
+      ELM327_Info saved;
+      FileSaveSystem::Read_Config(saved, folder.Path());
+      QCOMPARE(saved.t_LogSampling, restore ? 700 : 250);
+      QVERIFY(fs::is_empty(state.Path() / "tavelin"));  // a normal end drops what was kept
+      const auto third = Boot(folder);
+      QVERIFY(third->boxes.questions.isEmpty());
+    }
   }
 
   // A run that did not end left its journal: the start-up offers to write

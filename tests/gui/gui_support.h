@@ -65,8 +65,9 @@ struct Booted {
 // folder when it is empty.
 inline std::unique_ptr<Booted> Boot(const std::string& programFolder,
                                     std::function<void(Formterms&)> consent = {},
-                                    const std::string& writable = {}) {
+                                    const std::string& writable = {}, bool answer = true) {
   auto booted = std::make_unique<Booted>();
+  booted->boxes.answer = answer;
   Booted* raw = booted.get();
   BootEnvironment environment{programFolder, &booted->boxes,
                               [raw, consent](Formterms& terms) {
@@ -81,8 +82,8 @@ inline std::unique_ptr<Booted> Boot(const std::string& programFolder,
 
 inline std::unique_ptr<Booted> Boot(const ProgramFolder& folder,
                                     std::function<void(Formterms&)> consent = {},
-                                    const std::string& writable = {}) {
-  return Boot(folder.Path(), std::move(consent), writable);
+                                    const std::string& writable = {}, bool answer = true) {
+  return Boot(folder.Path(), std::move(consent), writable, answer);
 }
 
 // A sampling run from the Connect click: `during` runs after `ms`, then

@@ -121,6 +121,31 @@ def real_kill(cli, simulation):
         check(all(b > a for a, b in zip(times, times[1:])), "kill -9: rows out of order")
 
 
+def killed_after_rename(cli, simulation):
+    """Killed between its last log's rename into place and the journal's
+    note of it (gdb stops the run at the rename's return): recovery knows
+    the file is there and writes none of its rows again. The same for a
+    recovery killed right after its own file's rename."""
+    for log_format in ("csv", "xls"):
+        with tempfile.TemporaryDirectory() as work:
+            folder = os.path.join(work, "logs")
+            os.mkdir(folder)
+            environment = dict(os.environ, XDG_STATE_HOME=os.path.join(work, "state"),
+                               KVR_SIMULATION=simulation)
+            stop_at_rename = ["gdb", "-batch", "-ex", "catch syscall rename", "-ex", "run",
+                              "-ex", "continue", "-ex", "kill", "--args"]
+            run(stop_at_rename + [cli, "record", "--mode", "1", "--sampling", "10", "--format",
+                                  log_format, "--folder", folder, "--seconds", "1"], environment)
+            logs = logs_in(folder)
+            check(len(logs) == 1, "%s killed after rename: logs %r" % (log_format, logs))
+            # The journal keeps the rows until the note: recovery must see the file.
+            recover(cli, environment)
+            check(logs_in(folder) == logs,
+                  "%s killed after rename: recovery wrote %r again" % (log_format, logs_in(folder)))
+            rows = rows_of(logs[0]) if logs else []
+            check(len(rows) >= 90, "%s killed after rename: %d rows" % (log_format, len(rows)))
+
+
 def stop_requests(cli, simulation):
     """SIGHUP, SIGTERM and SIGINT end a recording as Disconnect does: its
     last file is written, no journal is left, and the exit is clean."""
@@ -214,6 +239,7 @@ def full_disk(cli, simulation):
 def main():
     killed_run, cli, simulation = sys.argv[1:4]
     for step in (lambda: kill_table(killed_run, cli), lambda: real_kill(cli, simulation),
+                 lambda: killed_after_rename(cli, simulation),
                  lambda: stop_requests(cli, simulation),
                  lambda: two_runs_one_folder(cli, simulation),
                  lambda: full_disk(cli, simulation)):

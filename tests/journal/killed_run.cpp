@@ -1,15 +1,20 @@
 // A logged run that dies as a killed process does, with no cleanup at all,
 // at a chosen point:
-//   tavelin_killed_run FORMAT POINT FOLDER
-// FORMAT csv or xls; POINT before-first-file, after-rollover (once the
-// rollover's file is told), during-write (at its yield) or, for xls,
-// during-save (while the rollover's workbook is saved in the background). The run logs one row a
-// pass on a clock that moves 1 ms a pass, from a scripted module whose input is the pass number mod
-// 256, into FOLDER; its journal goes where XDG_STATE_HOME says. Prints the number of rows logged
-// before it dies.
+//   tavelin_killed_run FORMAT POINT FOLDER [SAMPLING_MS]
+// FORMAT csv, xls, or none (a log format without a writer: every row stays
+// in the journal); POINT before-first-file, after-rollover (once the
+// rollover's file is told), during-write (at its yield), for xls
+// during-save (while the rollover's workbook is saved in the background),
+// or until-killed: the run goes on until a signal kills it, and says on
+// standard output "passes N" every 1000 passes and "taken PATH" when a log
+// file's name is taken. The run logs a row every SAMPLING_MS (1 by default)
+// on a clock that moves 1 ms a pass, from a scripted module whose input is
+// the pass number mod 256, into FOLDER; its journal goes where
+// XDG_STATE_HOME says. Prints the number of rows logged before it dies.
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -35,11 +40,12 @@ constexpr int kFullBuffer = 20001;
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 4) {
-    std::fprintf(stderr, "usage: tavelin_killed_run csv|xls POINT FOLDER\n");
+  if (argc != 4 && argc != 5) {
+    std::fprintf(stderr, "usage: tavelin_killed_run csv|xls|none POINT FOLDER [SAMPLING_MS]\n");
     return 2;
   }
   const bool xls = std::strcmp(argv[1], "xls") == 0;
+  const bool none = std::strcmp(argv[1], "none") == 0;
   const std::string point = argv[2];
   const std::string folder = argv[3];
 
@@ -51,9 +57,9 @@ int main(int argc, char** argv) {
   ELM327_Info device;
   device.t_ViewCh = 1;
   device.t_LogSave_Enable = 1;
-  device.t_LogSaveFormat = xls ? 1 : 2;
+  device.t_LogSaveFormat = none ? 3 : xls ? 1 : 2;
   device.ExcelInstallCheck = 1;
-  device.t_LogSampling = 1;
+  device.t_LogSampling = argc == 5 ? std::atoi(argv[4]) : 1;
   device.t_LogSaveFilePath_mode = 2;
   device.t_LogSaveFilePath = folder;
   USB_IO_IF usbIo(BuiltLibraries().usbIo.api);
@@ -78,6 +84,12 @@ int main(int argc, char** argv) {
     writing = false;
     toldAt = passes;
   };
+  if (point == "until-killed") {
+    environment.nameTaken = [](const TakenLog& taken) {
+      std::printf("taken %s\n", taken.path.c_str());
+      std::fflush(stdout);
+    };
+  }
   PolledEventLoop loop(FakeClock);
   PolledTimer timerBackView(loop, kSamplingTimerIntervalMs);
   PolledTimer timerUsbProbe(loop, kSamplingTimerIntervalMs);
@@ -90,6 +102,10 @@ int main(int argc, char** argv) {
   running = &engine;
   loop.OnIdle([&] {
     ++passes;
+    if (point == "until-killed" && passes % 1000 == 0) {
+      std::printf("passes %d\n", passes);
+      std::fflush(stdout);
+    }
     if (point == "before-first-file" && passes == 5000) Die(rows());
     if (point == "after-rollover" && toldAt > 0 && passes == toldAt + 300) Die(rows());
     if (point == "during-save" && passes == kFullBuffer + 1) Die(rows());
