@@ -5,6 +5,8 @@
 // in the journal); POINT before-first-file, after-rollover (once the
 // rollover's file is told), during-write (at its yield), for xls
 // during-save (while the rollover's workbook is saved in the background),
+// ends-after-two-files: the run ends as Disconnect ends it 300 passes after
+// its second rollover file is told (it does not die);
 // or until-killed: the run goes on until a signal kills it, and says on
 // standard output "passes N" every 1000 passes and "taken PATH" when a log
 // file's name is taken. The run logs a row every SAMPLING_MS (1 by default)
@@ -80,9 +82,11 @@ int main(int argc, char** argv) {
     TakeFileName(JoinPath(folder, "SD" + FileNameDate(NowLocal()) + "-001.csv"));
   }
   int toldAt = 0;  // the pass at which the rollover's file was told
+  int told = 0;
   environment.logWritten = [&](const WrittenLog&) {
     writing = false;
     toldAt = passes;
+    ++told;
   };
   if (point == "until-killed") {
     environment.nameTaken = [](const TakenLog& taken) {
@@ -107,6 +111,7 @@ int main(int argc, char** argv) {
       std::fflush(stdout);
     }
     if (point == "before-first-file" && passes == 5000) Die(rows());
+    if (point == "ends-after-two-files" && told == 2 && passes == toldAt + 300) view.RxFlag = 0;
     if (point == "after-rollover" && toldAt > 0 && passes == toldAt + 300) Die(rows());
     if (point == "during-save" && passes == kFullBuffer + 1) Die(rows());
     // The next pass logs the row that fills the buffer: its file follows.
@@ -118,6 +123,7 @@ int main(int argc, char** argv) {
   usbIo.Data_ALL_Set(device);
   view.RxFlag = 1;
   engine.start_timer();
+  if (point == "ends-after-two-files") return 0;
   std::fprintf(stderr, "the run ended without dying at %s\n", point.c_str());
   return 1;
 }
