@@ -100,8 +100,8 @@ RunJournal::~RunJournal() {
 void RunJournal::Refused(const char* what) {
   if (failed_) return;
   failed_ = true;
-  std::cerr << "tavelin: the run's journal " << path_ << " " << what << " (" << std::strerror(errno)
-            << "); the run goes on without it\n";
+  std::cerr << "tavelin: ジャーナル " << path_ << " " << what << " (" << std::strerror(errno)
+            << ")。記録はジャーナルなしで続けます\n";
 }
 
 void RunJournal::AddRow(double time, std::string_view values) {
@@ -126,7 +126,7 @@ void RunJournal::NoteName(const TakenLog& taken) {
   Write();
   // Before the file can be in place: a power cut must not leave the file
   // without the note that its rows are in it.
-  if (!failed_ && ::fdatasync(fd_) != 0) Refused("cannot be synced");
+  if (!failed_ && ::fdatasync(fd_) != 0) Refused("をディスクに書き込めません");
   unsynced_ = false;
 }
 
@@ -150,11 +150,11 @@ void RunJournal::Rewrite() {
   const std::string temporary = path_ + kJournalRewriteSuffix + std::to_string(++rewrites_);
   const int fd = MakeLockedFile(temporary, O_TRUNC);
   if (fd < 0) {
-    Refused("cannot be written anew");
+    Refused("を書き直せません");
     return;
   }
   if (!WriteAll(fd, headBytes_) || !WriteAll(fd, marks_) || !WriteAll(fd, unfiled_)) {
-    Refused("cannot be written anew");
+    Refused("を書き直せません");
     ::close(fd);
     ::unlink(temporary.c_str());
     return;
@@ -166,7 +166,7 @@ void RunJournal::Rewrite() {
   disk_.Post([fd, old, temporary, path = path_] {
     if (::fdatasync(fd) != 0 || ::rename(temporary.c_str(), path.c_str()) != 0 ||
         !SyncFolder(FolderOf(path))) {
-      std::cerr << "tavelin: the run's journal " << path << " cannot be put in place ("
+      std::cerr << "tavelin: 書き直したジャーナルを " << path << " に置けません ("
                 << std::strerror(errno) << ")\n";
     }
     ::close(old);
@@ -178,7 +178,7 @@ void RunJournal::Write() {
   if (failed_ || fd_ < 0) return;
   const std::string_view rows = std::string_view(unfiled_).substr(written_);
   if (rows.empty() && pending_.empty()) return;
-  if (!WriteAll(fd_, rows) || !WriteAll(fd_, pending_)) Refused("takes no more rows");
+  if (!WriteAll(fd_, rows) || !WriteAll(fd_, pending_)) Refused("にこれ以上書き込めません");
   written_ = unfiled_.size();
   pending_.clear();
   unsynced_ = true;

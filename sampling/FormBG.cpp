@@ -222,7 +222,10 @@ void FormBG::StartJournal() {
   journal_ = RunJournal::Start(
       environment.journalFolder,
       HeadOfRun(Device(), UsbIo(), USB_Probe, FolderName, environment.programFolder), why);
-  if (!journal_) std::cerr << "tavelin: the run has no journal: " << why << "\n";
+  if (!journal_) {
+    std::cerr << "tavelin: ジャーナルを作れません (途中で終わっても行は復元できません): " << why
+              << "\n";
+  }
 }
 
 void FormBG::LogStep(double now, Side side) {

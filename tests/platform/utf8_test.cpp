@@ -72,5 +72,17 @@ TEST(Utf8, CountsCharactersNotBytes) {
   EXPECT_EQ(TrimBlanks("\t炉\t"), "\t炉\t");  // only blanks are cut
 }
 
+// An escape or a bell in a comment would reach folder names and the
+// terminal: replaced, one "?" a character, before the cut to the length.
+TEST(Utf8, ACommentLosesItsControlCharacters) {
+  EXPECT_EQ(TrimmedComment(" a\x1b[2Jb\x07"
+                           "c ",
+                           50),
+            "a?[2Jb?c");
+  EXPECT_EQ(TrimmedComment("炉\x7f\u0085x", 50), "炉??x");
+  EXPECT_EQ(TrimmedComment("\t炉\r\n1", 50), "\t炉\r\n1");  // as the log keeps them
+  EXPECT_EQ(TrimmedComment("\x1b\x1b\x1b", 2), "??");
+}
+
 }  // namespace
 }  // namespace tavelin
