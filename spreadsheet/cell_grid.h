@@ -14,6 +14,9 @@ class CellGrid {
   virtual void Row(int row, int columns, std::vector<std::string_view>& out) const = 0;
   // Whether any of columns [first, last] of a row holds a text.
   virtual bool RowHasText(int row, int first, int last) const = 0;
+  // The rows from the first that may hold a text: the rows after them hold
+  // none, so a sheet need not walk them.
+  virtual int RowsInUse() const { return Rows(); }
 };
 
 }  // namespace tavelin

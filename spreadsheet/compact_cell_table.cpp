@@ -59,6 +59,7 @@ void CompactCellTable::Let(int16_t row, int16_t column, std::string_view text) {
   Check(row, column);
   std::string& packed = rows_[static_cast<std::size_t>(row)];
   uint8_t& cells = cellCounts_[static_cast<std::size_t>(row)];
+  rowsInUse_ = std::max(rowsInUse_, row + 1);
   if (column >= cells) {
     // The usual case: a row filled from left to right.
     for (; cells < column; ++cells) PutCell(packed, {});
@@ -77,8 +78,11 @@ void CompactCellTable::Let(int16_t row, int16_t column, std::string_view text) {
 }
 
 void CompactCellTable::Clear() {
-  for (auto& row : rows_) row.clear();  // keeps its room for the next run
-  std::fill(cellCounts_.begin(), cellCounts_.end(), 0);
+  const auto used = static_cast<std::ptrdiff_t>(rowsInUse_);
+  // Each row keeps its room for the next run.
+  std::for_each(rows_.begin(), rows_.begin() + used, [](std::string& row) { row.clear(); });
+  std::fill(cellCounts_.begin(), cellCounts_.begin() + used, 0);
+  rowsInUse_ = 0;
 }
 
 void CompactCellTable::Row(int row, int columns, std::vector<std::string_view>& out) const {

@@ -28,11 +28,13 @@ class CompactCellTable final : public CellGrid {
   int Columns() const override { return kColumns; }
   void Row(int row, int columns, std::vector<std::string_view>& out) const override;
   bool RowHasText(int row, int first, int last) const override;
+  int RowsInUse() const override { return rowsInUse_; }
 
  private:
   static void Check(int row, int column);
   std::vector<std::string> rows_;
   std::vector<uint8_t> cellCounts_;  // cells packed in each row, for appending
+  int rowsInUse_ = 0;                // rows from the first that were written
 };
 
 }  // namespace tavelin

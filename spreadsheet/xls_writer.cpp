@@ -414,7 +414,11 @@ SheetCells BuildCells(const SheetData& sheet, StyleTable& styles, SharedStrings&
   result.records.reserve(1 << 20);
   int lastRow = -1;
   for (const auto& [place, text] : sheet.texts) lastRow = std::max(lastRow, place.first);
-  for (const auto& block : sheet.blocks) lastRow = std::max(lastRow, block.rect.bottom);
+  // A block's rows past those its grid holds give no cell: not walked.
+  for (const auto& block : sheet.blocks) {
+    lastRow = std::max(lastRow,
+                       std::min(block.rect.bottom, block.rect.top + block.grid->RowsInUse() - 1));
+  }
   std::vector<const StyleLayer*> smallLayers;
   for (const auto& layer : sheet.layers) {
     if (Area(layer.rect) <= kBlankLayerLimit) {
