@@ -6,8 +6,11 @@
 #include "cli/monitor_command.h"
 #include "cli/record_command.h"
 #include "cli/settings_command.h"
+#include "logging/journal_recovery.h"
+#include "platform/special_folders.h"
 #include "settings/FileSaveSystem.h"
 #include "support/program_folder.h"
+#include "support/scoped_environment.h"
 
 namespace tavelin::cli {
 namespace {
@@ -70,6 +73,30 @@ TEST(ConsoleCommands, RecordCutsItsCommentAsConnectDoes) {
   for (int i = 0; i < 50; ++i) fifty += "炉";
   EXPECT_TRUE(fs::is_directory(logs.Path() / fifty));
   EXPECT_EQ(LogsIn(logs.Path() / fifty).size(), 1u);
+}
+
+// A config.dat whose log format has no writer: the rows stay in the
+// journal, said before and after, and the status is not 0.
+TEST(ConsoleCommands, RecordKeepsRowsOfAFormatWithoutAWriterInTheJournal) {
+  ProgramFolder program;
+  TempFolder logs, state;
+  StoreSettings(program, [](ELM327_Info& device) { device.t_LogSaveFormat = 3; });
+  Simulation simulation("usbio 0 prepared constant 1\n");
+  const test::ScopedEnvironment stateHome("XDG_STATE_HOME", state.Path().string());
+  RunOptions options;
+  options.seconds = 0.2;
+  options.samplingMs = 10;
+  options.folder = logs.Path().string();
+  testing::internal::CaptureStderr();
+  const int status = RunRecord(options, program.Path());
+  const std::string said = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(status, 1) << said;
+  EXPECT_NE(said.find("ログの保存形式 3 は書き出せません"), std::string::npos) << said;
+  EXPECT_NE(said.find("recover --format"), std::string::npos) << said;
+  EXPECT_EQ(LogsIn(logs.Path()), std::vector<std::string>());
+  const auto journals = LeftoverJournals(JournalFolder());
+  ASSERT_EQ(journals.size(), 1u);
+  EXPECT_GT(journals[0].rows, 5);
 }
 
 TEST(ConsoleCommands, RecordRefusesAnEmptyCommentForASubFolder) {
