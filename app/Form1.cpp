@@ -46,8 +46,8 @@ bool Form1::BootRoutine() {
   device.Param_ALL_Clear();
   USB_Probe.Param_ALL_Clear();
 
-  const auto check =
-      CheckLibraryVersions(device, environment_.programFolder, [this](const std::string& text) {
+  const auto check = CheckLibraryVersions(
+      device, DeviceLibraryFolder(environment_.programFolder), [this](const std::string& text) {
         Boxes().Critical(nullptr, Q(device.Application_title), Q(text));
       });
   if (check.result < 1) return false;

@@ -1,7 +1,9 @@
 // tavelin: the desktop program.
 #include <QApplication>
+#include <QIcon>
 #include <QMessageBox>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <iostream>
 
@@ -60,8 +62,17 @@ class TavelinApplication final : public QApplication {
 }  // namespace
 
 int main(int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--version") == 0) {
+      std::cout << "tavelin " << TAVELIN_VERSION << "\n";
+      return 0;
+    }
+  }
   TavelinApplication app(argc, argv);
   app.setQuitOnLastWindowClosed(false);
+  // The desktop entry's name: the window manager finds the icon by it.
+  app.setDesktopFileName(QStringLiteral("jp.example.tavelin.Tavelin"));
+  app.setWindowIcon(QIcon(QStringLiteral(":/icons/tavelin.png")));
   tavelin::UseProgramLook(app);
 
   const std::string folder = tavelin::ProgramFolder();

@@ -63,6 +63,7 @@ CommandLine ParseCommandLine(const std::vector<std::string>& words) {
   CLI::App app(kDescription, "tavelin-cli");
   app.require_subcommand(1);
   app.fallthrough(false);
+  app.set_version_flag("--version", std::string("tavelin-cli ") + TAVELIN_VERSION);
 
   CLI::App* monitor = app.add_subcommand(
       "monitor", "open the devices and show a sampling run in the terminal; Ctrl+C disconnects");

@@ -14,7 +14,7 @@ std::unique_ptr<ConsoleSession> BootConsole(const std::string& programFolder,
   const std::string writable = WritableFolder(programFolder);
   ELM327_Info::SetProgramFolder(writable);
   ELM327_Info defaults;
-  auto check = CheckLibraryVersions(defaults, programFolder,
+  auto check = CheckLibraryVersions(defaults, DeviceLibraryFolder(programFolder),
                                     [&](const std::string& text) { errors << text << "\n"; });
   if (check.result < 1) {
     if (!check.failure.empty()) errors << "device library: " << check.failure << "\n";

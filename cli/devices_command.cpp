@@ -83,8 +83,8 @@ void PrintDevices(const std::vector<FoundDevice>& devices, std::ostream& out) {
 
 int RunDevices(const std::string& programFolder) {
   try {
-    const auto usbIo = LoadKvrUsbIo(programFolder);
-    const auto usbProbe = LoadKvrUsbProbe(programFolder);
+    const auto usbIo = LoadKvrUsbIo(DeviceLibraryFolder(programFolder));
+    const auto usbProbe = LoadKvrUsbProbe(DeviceLibraryFolder(programFolder));
     const std::vector<FoundDevice> devices = FindDevices(usbIo.api, usbProbe.api);
     PrintDevices(devices, std::cout);
     if (devices.empty()) {

@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+#include <filesystem>
+
 namespace tavelin {
 namespace {
 
@@ -15,6 +17,15 @@ std::string PathIn(const std::string& folder, const char* file) {
 }
 
 }  // namespace
+
+std::string DeviceLibraryFolder(const std::string& programFolder) {
+  std::error_code error;
+  if (std::filesystem::exists(PathIn(programFolder, kKvr100File), error)) return programFolder;
+  const std::filesystem::path installed =
+      std::filesystem::path(programFolder).parent_path() / "lib" / "tavelin";
+  if (std::filesystem::exists(installed / kKvr100File, error)) return installed.string();
+  return programFolder;
+}
 
 void SharedLibrary::Closer::operator()(void* handle) const {
   if (handle != nullptr) dlclose(handle);

@@ -13,6 +13,12 @@ inline constexpr const char* kKvr100File = "libkvr100.so";
 inline constexpr const char* kKvrUsbIoFile = "libkvr_usb_io.so";
 inline constexpr const char* kKvrUsbProbeFile = "libkvr_usb_probe.so";
 
+// Where the device libraries of a program in `programFolder` are: beside
+// it (a portable folder), else in ../lib/tavelin (an install under a
+// prefix); the program's folder when neither holds them, so that a missing
+// library is named where it was looked for first.
+std::string DeviceLibraryFolder(const std::string& programFolder);
+
 struct Kvr100EntryPoints {
   kv_timeGetTime_fn kv_timeGetTime = nullptr;
   kr_Version_fn kr_Version = nullptr;
