@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
+#include <locale>
 #include <sstream>
 
 #include "platform/utf8.h"
@@ -10,50 +12,110 @@ namespace tavelin::cli {
 namespace {
 
 constexpr const char* kDescription =
-    "タヴェリン: the sampling engine without windows.\n"
-    "Simulated devices: set KVR_SIMULATION to a simulation file (docs/simulation.md).";
+    "タヴェリン: ウィンドウを使わない計測エンジン\n"
+    "模擬デバイス: KVR_SIMULATION にシミュレーションファイルを指定します (docs/simulation.md)";
 
 // Comments and folders go into settings files and logs: they must be text.
 const CLI::Validator kUtf8Text(
     [](std::string& value) {
       return IsValidUtf8(value)
                  ? std::string()
-                 : std::string("is not UTF-8 text; set the terminal's encoding to UTF-8");
+                 : std::string(
+                       "UTF-8 の文字列ではありません。端末の文字コードを UTF-8 にしてください");
     },
     "");
+
+// A number option's text, checked before it is converted: a word that is
+// no number is said to be none, and the range is said in plain numbers.
+CLI::Validator NumberIn(double least, double most, bool whole, bool leastIncluded = true) {
+  const auto plain = [](double value) {
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << std::fixed;
+    text.precision(value == static_cast<double>(static_cast<long long>(value)) ? 0 : 3);
+    text << value;
+    return text.str();
+  };
+  std::string range = leastIncluded ? plain(least) + " から " + plain(most) + " まで"
+                                    : plain(least) + " より大きく " + plain(most) + " まで";
+  range += whole ? "の整数" : "の数";
+  return CLI::Validator(
+      [=](std::string& value) -> std::string {
+        std::size_t used = 0;
+        double number = 0.0;
+        try {
+          number = std::stod(value, &used);
+        } catch (const std::exception&) {
+          used = 0;
+        }
+        const bool digits = value.find_first_not_of("+-0123456789") == std::string::npos;
+        if (used == 0 || used != value.size() || !std::isfinite(number)) {
+          return "数ではありません: " + value;
+        }
+        const bool inside = (leastIncluded ? number >= least : number > least) && number <= most;
+        if (!inside || (whole && !digits)) {
+          return range + "を指定してください: " + value;
+        }
+        return {};
+      },
+      "");
+}
 
 void AddFormatOption(CLI::App& command, std::optional<int32_t>& format, const char* help) {
   command
       .add_option_function<std::string>(
           "--format", [&format](const std::string& name) { format = name == "xls" ? 1 : 2; }, help)
-      ->check(CLI::IsMember({"csv", "xls"}))
+      ->check(CLI::IsMember({"csv", "xls"}).description(""))
       ->type_name("csv|xls");
 }
 
 void AddRunOptions(CLI::App& command, RunOptions& run) {
-  command.add_option("--mode", run.mode, "display mode: 1, 2 bit LEDs, 3 digital values, 4 analog")
-      ->check(CLI::Range(1, 4))
+  command.add_option("--mode", run.mode, "表示モード: 1、2 ビット LED、3 デジタル値、4 アナログ値")
+      ->check(NumberIn(1, 4, true))
+      ->type_name("N")
       ->default_val(1);
-  command.add_option("--seconds", run.seconds, "run for S seconds (default: until Ctrl+C)")
-      ->check(CLI::PositiveNumber)
+  command.add_option("--seconds", run.seconds, "S 秒間計測します (既定: Ctrl+C まで)")
+      ->check(NumberIn(0, 31536000, false, false))
       ->type_name("S");
-  command.add_flag("--analysis", run.analysis, "keep maximum, minimum and average of every input");
+  command.add_flag("--analysis", run.analysis, "すべての入力の最大値・最小値・平均値を求めます");
 }
 
 void AddLogOptions(CLI::App& command, RunOptions& run) {
-  command.add_option("--sampling", run.samplingMs, "log a row every MS milliseconds")
-      ->check(CLI::Range(1, 3600000))
+  command.add_option("--sampling", run.samplingMs, "MS ミリ秒ごとに 1 行記録します")
+      ->check(NumberIn(1, 3600000, true))
       ->type_name("MS");
-  command.add_option("--folder", run.folder, "write the logs into DIR (it must exist)")
+  command.add_option("--folder", run.folder, "ログを既存のフォルダー DIR に書きます")
       ->check(kUtf8Text)
       ->type_name("DIR");
-  command
-      .add_option("--comment", run.comment,
-                  "the log's comment, cut to 50 characters as Connect cuts it")
+  command.add_option("--comment", run.comment, "ログのコメント (接続と同じく 50 文字で切ります)")
       ->check(kUtf8Text)
       ->type_name("TEXT");
-  command.add_flag("--subfolder", run.subFolder, "one folder per run, named after the comment");
-  AddFormatOption(command, run.format, "csv, or xls workbooks");
+  command.add_flag("--subfolder", run.subFolder, "計測ごとにコメント名のフォルダーを作ります");
+  AddFormatOption(command, run.format, "ログの形式: csv、または xls のワークブック");
+}
+
+}  // namespace
+
+namespace {
+
+// The library's own errors, said in the program's language; the detail
+// (option names, the words given) follows as the library gives it.
+std::string JapaneseError(const CLI::Error& error) {
+  static const std::pair<const char*, const char*> kKinds[] = {
+      {"ExcludesError", "一緒に指定できないオプションです"},
+      {"ExtrasError", "余分な引数があります"},
+      {"RequiredError", "必要な指定がありません"},
+      {"ConversionError", "値を読めません"},
+      {"ArgumentMismatch", "値の数が合いません"},
+      {"InvalidError", "オプションの指定が正しくありません"},
+  };
+  for (const auto& [kind, said] : kKinds) {
+    if (error.get_name() == kind) return std::string(said) + ": " + error.what();
+  }
+  const std::string what = error.what();
+  // Our own validators' messages start with the option's name and speak Japanese already.
+  if (what.rfind("--", 0) == 0) return what;
+  return "指定が正しくありません: " + what;
 }
 
 }  // namespace
@@ -61,46 +123,67 @@ void AddLogOptions(CLI::App& command, RunOptions& run) {
 CommandLine ParseCommandLine(const std::vector<std::string>& words) {
   CommandLine line;
   CLI::App app(kDescription, "tavelin-cli");
+  // Japanese as the window speaks; the options keep their names.
+  app.option_defaults()->group("オプション");
+  app.set_help_flag("-h,--help", "この説明を表示して終了します");
+  app.get_formatter()->label("Usage", "使い方");
+  app.get_formatter()->label("OPTIONS", "オプション");
+  app.get_formatter()->label("Options", "オプション");
+  app.get_formatter()->label("SUBCOMMAND", "コマンド");
+  app.get_formatter()->label("SUBCOMMANDS", "コマンド");
+  app.get_formatter()->label("Subcommands", "コマンド");
+  app.get_formatter()->label("REQUIRED", "必須");
+  app.get_formatter()->label("Excludes", "併用できない");
   app.require_subcommand(1);
   app.fallthrough(false);
-  app.set_version_flag("--version", std::string("tavelin-cli ") + TAVELIN_VERSION);
+  app.failure_message([](const CLI::App*, const CLI::Error& error) {
+    return JapaneseError(error) + "\n使い方は --help で表示されます。\n";
+  });
+  app.set_version_flag("--version", std::string("tavelin-cli ") + TAVELIN_VERSION,
+                       "バージョンを表示して終了します");
 
-  CLI::App* monitor = app.add_subcommand(
-      "monitor", "open the devices and show a sampling run in the terminal; Ctrl+C disconnects");
+  CLI::App* monitor =
+      app.add_subcommand("monitor", "デバイスを開き、計測を端末に表示します。Ctrl+C で切断します");
   AddRunOptions(*monitor, line.run);
 
   CLI::App* record = app.add_subcommand(
       "record",
-      "a logged sampling run without a window, for S seconds or until Ctrl+C; writes csv or .xls "
-      "logs where the settings say, or into --folder");
+      "ログを取る計測を S 秒間または Ctrl+C まで行い、設定の場所か --folder に csv か .xls の"
+      "ログを書きます");
   AddRunOptions(*record, line.run);
   AddLogOptions(*record, line.run);
 
   CLI::App* settings = app.add_subcommand(
-      "settings", "show the settings files, or change the display mode, or reset them");
+      "settings", "設定ファイルを表示し、表示モードを変え、または既定値に戻します");
   CLI::Option* reset = settings->add_flag(
       "--reset", line.settings.reset,
-      "write the defaults over the settings files (the terms of use are asked again)");
-  settings->add_option("--view", line.settings.view, "the display mode the program opens with")
-      ->check(CLI::Range(1, 4))
+      "設定ファイルを既定値で書き直します (使用許諾は次の起動時にもう一度尋ねます)");
+  settings->add_option("--view", line.settings.view, "プログラムが開く表示モード")
+      ->check(NumberIn(1, 4, true))
+      ->type_name("N")
       ->excludes(reset);
 
   CLI::App* recover = app.add_subcommand(
       "recover",
-      "write the logs of runs that did not end (a crash, a kill, a power cut) from their "
-      "journals, where their settings say or into --folder");
-  recover->add_option("--folder", line.recover.folder, "write the logs into DIR (it must exist)")
+      "途中で終わった計測 (異常終了、kill、停電) の行を、ジャーナルから設定の場所か --folder "
+      "のログファイルに書き出します");
+  recover->add_option("--folder", line.recover.folder, "ログを既存のフォルダー DIR に書きます")
       ->check(kUtf8Text)
       ->type_name("DIR");
-  recover->add_flag("--list", line.recover.list, "only list the journals left behind");
+  recover->add_flag("--list", line.recover.list, "残っているジャーナルを一覧するだけにします");
   AddFormatOption(*recover, line.recover.format,
-                  "write csv or xls whatever the run's settings said (for rows of a log format "
-                  "that has no writer)");
+                  "計測の設定にかかわらず csv か xls で書き出します (書き出せない保存形式の行に)");
 
   CLI::App* devices = app.add_subcommand(
       "devices",
-      "list the USB-IO modules and probes the device libraries find: backend, channel, kind, "
-      "prepared or not, and where");
+      "デバイスライブラリが見つけた USB-IO とプローブを一覧します (方式、Ch、種類、準備、場所)");
+
+  for (CLI::App* command : {monitor, record, settings, recover, devices}) {
+    command->group("コマンド");
+    command->set_help_flag();
+    command->option_defaults()->group("オプション");
+    command->set_help_flag("-h,--help", "この説明を表示して終了します");
+  }
 
   const auto known = [&](const std::string& name) {
     for (const CLI::App* command : app.get_subcommands({})) {
@@ -110,7 +193,7 @@ CommandLine ParseCommandLine(const std::vector<std::string>& words) {
   };
   if (!words.empty() && !words[0].empty() && words[0][0] != '-' && !known(words[0])) {
     line.exitStatus = 2;
-    line.output = "tavelin-cli: unknown command '" + words[0] + "'\n\n" + app.help();
+    line.output = "tavelin-cli: そのようなコマンドはありません: " + words[0] + "\n\n" + app.help();
     return line;
   }
   std::vector<std::string> reversed(words.rbegin(), words.rend());

@@ -29,6 +29,16 @@ RunSummary RunSampling(
     const std::function<void(double elapsedSeconds, const FormBG& engine)>& onIdle,
     const std::function<void(const WrittenLog&)>& onLogWritten = nullptr);
 
+// Exit statuses of the console's runs besides 0, 1 (a file or the journal
+// failed) and 2 (the command line).
+inline constexpr int kNoDeviceStatus = 3;     // nothing to sample in the mode asked
+inline constexpr int kRowsLeftOutStatus = 4;  // a csv rollover left rows out, as it must
+
+// Why a run in `mode` would sample nothing (no module, or no probe, found:
+// none plugged in, or a simulation file that cannot be read), with the way
+// to connect one; empty when there is something to sample.
+std::string NothingToSample(const ConsoleSession& session, int mode);
+
 // The settings a run takes from the options over the stored ones.
 void ApplyRunOptions(const RunOptions& options, ConsoleSession& session);
 

@@ -29,6 +29,10 @@ int RunMonitor(const RunOptions& options, const std::string& programFolder) {
   auto session = BootConsole(programFolder, std::cerr);
   if (!session) return 1;
   session->device.t_LogSave_Enable = 0;  // showing, not recording
+  if (const std::string nothing = NothingToSample(*session, options.mode); !nothing.empty()) {
+    std::cerr << "tavelin-cli monitor: " << nothing << "\n";
+    return kNoDeviceStatus;
+  }
 
   TerminalView view(session->device, session->USB_IO, session->USB_Probe);
   const bool terminal = isatty(STDOUT_FILENO) != 0;

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 
@@ -36,6 +37,20 @@ std::string Counts(const RunSummary& summary) {
   return text + "\n";
 }
 
+// A csv log keeps only the rows after its last full buffer: better said
+// before a run long enough to fill one than after it.
+void WarnOfCsvRollovers(const ELM327_Info& device, const RunOptions& options) {
+  if (device.t_LogSaveFormat != 2 || !options.seconds) return;
+  const double rows = *options.seconds * 1000.0 / std::max(1, device.t_LogSampling);
+  if (rows <= 20001.0) return;
+  char text[256];
+  std::snprintf(text, sizeof text,
+                "tavelin-cli record: この記録は約 %.0f 行になります。csv は 20,001 行ごとに"
+                "ファイルを切り替え、それまでの行を残しません (--format xls ならすべて残ります)\n",
+                rows);
+  std::cerr << text;
+}
+
 }  // namespace
 
 int RunRecord(const RunOptions& options, const std::string& programFolder) {
@@ -48,6 +63,11 @@ int RunRecord(const RunOptions& options, const std::string& programFolder) {
   }
   session->device.t_LogSave_Enable = 1;
   ApplyRunOptions(options, *session);
+  if (const std::string nothing = NothingToSample(*session, options.mode); !nothing.empty()) {
+    std::cerr << "tavelin-cli record: " << nothing << "\n";
+    return kNoDeviceStatus;
+  }
+  WarnOfCsvRollovers(session->device, options);
   if (CommentRefused(session->device.t_LogComment, session->device)) {
     std::cerr << "tavelin-cli record: " << kCommentNeededMessage << "\n";
     return 2;
@@ -83,6 +103,7 @@ int RunRecord(const RunOptions& options, const std::string& programFolder) {
           std::cout << log.path << "\n" << std::flush;
         });
     std::cerr << Progress(summary.seconds, summary.rows, summary.files) << "\n" << Counts(summary);
+    if (summary.rowsDiscarded > 0 && summary.rowsKeptInJournal == 0) return kRowsLeftOutStatus;
     if (summary.rowsKeptInJournal > 0) {
       std::cerr << "tavelin-cli record: " << summary.rowsKeptInJournal
                 << " 行はどのログファイルにも書けず、ジャーナルに残しました: " << summary.journal

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <iostream>
 
+#include "cli/text_columns.h"
 #include "platform/number_text.h"
 #include "platform/program_folder.h"
 #include "settings/FileSaveSystem.h"
@@ -15,13 +16,13 @@ using namespace FileSaveSystem;
 const char* ReadResultText(int32_t result) {
   switch (result) {
     case kRead:
-      return "read";
+      return "読みました";
     case kNoFile:
-      return "no file: defaults";
+      return "ファイルがありません: 既定値です";
     case kOtherVersion:
-      return "another version: kept here, replaced by defaults at the next start";
+      return "別のバージョンのファイルです: ここでは残し、次の起動時に既定値に置き換わります";
     default:
-      return "read with an error: the fields before it apply";
+      return "読み込みで誤りがありました: それより前の項目は有効です";
   }
 }
 
@@ -44,36 +45,50 @@ void PrintSettings(const ELM327_Info& device, const KVR_USB_Probe& USB_Probe, st
       << "  サンプリング       " << device.t_LogSampling << " ms\n"
       << "  サブフォルダ       " << device.t_LogSave_subFolder << "\n"
       << "  コメント           " << device.t_LogComment << "\n\n"
-      << "デジタル入力 (Ch 開始 長さ 補正 a b 反転 逆順 解析 丸め 文字 色 背景 コメント)\n";
+      << "デジタル入力\n";
+  const auto rounding = [](int32_t on, int32_t digits) {
+    return on == 1 ? std::to_string(digits) : std::string("-");
+  };
+  std::vector<std::vector<std::string>> channels = {{"Ch", "開始", "長さ", "補正", "a", "b", "反転",
+                                                     "逆順", "解析", "丸め", "文字", "色", "背景",
+                                                     "コメント"}};
   for (int16_t c = 0; c < 16; ++c) {
-    out << "  " << c << "  " << device.usbio_StartBit(c) << " " << device.usbio_DataLength(c) << " "
-        << device.usbio_Conversion(c) << " " << NumberText(device.usbio_multiply(c)) << " "
-        << NumberText(device.usbio_addition(c)) << " " << device.usbio_bit_turn(c) << " "
-        << device.usbio_bit_reverse(c) << " " << device.usbio_analysis(c) << " "
-        << (device.usbio_round_On(c) == 1 ? std::to_string(device.usbio_round_value(c)) : "-")
-        << " " << device.usbio_Font_size(c) << " " << Hex(device.usbio_FontColor(c)) << " "
-        << Hex(device.usbio_BackColor(c)) << " " << device.usbio_comment(c) << "\n";
+    channels.push_back(
+        {std::to_string(c), std::to_string(device.usbio_StartBit(c)),
+         std::to_string(device.usbio_DataLength(c)), std::to_string(device.usbio_Conversion(c)),
+         NumberText(device.usbio_multiply(c)), NumberText(device.usbio_addition(c)),
+         std::to_string(device.usbio_bit_turn(c)), std::to_string(device.usbio_bit_reverse(c)),
+         std::to_string(device.usbio_analysis(c)),
+         rounding(device.usbio_round_On(c), device.usbio_round_value(c)),
+         std::to_string(device.usbio_Font_size(c)), Hex(device.usbio_FontColor(c)),
+         Hex(device.usbio_BackColor(c)), device.usbio_comment(c)});
   }
-  out << "ビット (LED 色、ON/OFF反転、コメント: 既定と違うものだけ)\n";
+  out << AlignedRows(channels, "  ");
+  out << "ビット (既定と違うものだけ)\n";
+  std::vector<std::vector<std::string>> bits = {{"ビット", "LED 色", "反転", "コメント"}};
   for (int16_t b = 0; b < 128; ++b) {
     if (device.bit_LEDColor(b) == 0x00FF00 && device.bit_turn(b) == 0 &&
         device.bit_comment(b).empty()) {
       continue;
     }
-    out << "  b" << b << "  " << Hex(device.bit_LEDColor(b)) << " " << device.bit_turn(b) << " "
-        << device.bit_comment(b) << "\n";
+    bits.push_back({"b" + std::to_string(b), Hex(device.bit_LEDColor(b)),
+                    std::to_string(device.bit_turn(b)), device.bit_comment(b)});
   }
-  out << "\nアナログ入力 (入力 a b 解析 丸め 文字 コメント)\n";
+  if (bits.size() > 1) out << AlignedRows(bits, "  ");
+  out << "\nアナログ入力\n";
+  std::vector<std::vector<std::string>> pins = {
+      {"プローブ", "入力", "a", "b", "解析", "丸め", "文字", "コメント"}};
   for (int16_t d = 0; d < 8; ++d) {
-    out << "  プローブ " << d << "  " << USB_Probe.AN_ch_comment(d) << "\n";
+    pins.push_back({std::to_string(d), "", "", "", "", "", "", USB_Probe.AN_ch_comment(d)});
     for (int16_t p = d * 6; p < d * 6 + 6; ++p) {
-      out << "    " << p << "  " << NumberText(USB_Probe.AN_pin_multiply(p)) << " "
-          << NumberText(USB_Probe.AN_pin_addition(p)) << " " << USB_Probe.AN_pin_analysis(p) << " "
-          << (USB_Probe.AN_pin_round_On(p) == 1 ? std::to_string(USB_Probe.AN_pin_round_value(p))
-                                                : "-")
-          << " " << USB_Probe.AN_pin_Font_size(p) << " " << USB_Probe.AN_pin_comment(p) << "\n";
+      pins.push_back({"", std::to_string(p), NumberText(USB_Probe.AN_pin_multiply(p)),
+                      NumberText(USB_Probe.AN_pin_addition(p)),
+                      std::to_string(USB_Probe.AN_pin_analysis(p)),
+                      rounding(USB_Probe.AN_pin_round_On(p), USB_Probe.AN_pin_round_value(p)),
+                      std::to_string(USB_Probe.AN_pin_Font_size(p)), USB_Probe.AN_pin_comment(p)});
     }
   }
+  out << AlignedRows(pins, "  ");
 }
 
 int RunSettings(const SettingsOptions& options, const std::string& programFolder) {

@@ -1,6 +1,8 @@
 #include "cli/terminal_view.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 
 #include "cli/text_columns.h"
@@ -47,6 +49,24 @@ void TerminalView::Lb_View_ch_Avg(int16_t index, std::string_view caption) {
   At(index).average = caption;
 }
 
+namespace {
+
+// An average as precise as its input is shown (a decimal more for a whole
+// number), not with the fifteen digits of a double.
+std::string AverageText(const std::string& average, const std::string& value) {
+  const std::size_t point = value.find('.');
+  const int decimals =
+      point == std::string::npos ? 1 : std::min<int>(9, static_cast<int>(value.size() - point - 1));
+  char* end = nullptr;
+  const double number = std::strtod(average.c_str(), &end);
+  if (average.empty() || end == average.c_str()) return average;
+  char text[64];
+  std::snprintf(text, sizeof text, "%.*f", decimals, number);
+  return text;
+}
+
+}  // namespace
+
 std::string TerminalView::Render(double elapsedSeconds, bool colour) const {
   char head[160];
   std::snprintf(head, sizeof head, "%s   表示モード %d   経過 %.1f 秒   Ctrl+C で切断\n",
@@ -86,7 +106,8 @@ void TerminalView::RenderDigital(std::string& out, bool colour) const {
       const Captions& caption = captions_[c];
       out += Padded(caption.value, 14);
       if (device_.usbio_analysis(c) == 1) {
-        out += Padded(caption.maximum, 14) + Padded(caption.minimum, 14) + caption.average;
+        out += Padded(caption.maximum, 14) + Padded(caption.minimum, 14) +
+               AverageText(caption.average, caption.value);
       }
     } else {
       out += device_.usbio_comment(c);
@@ -110,7 +131,7 @@ void TerminalView::RenderAnalog(std::string& out) const {
       out += "    " + Padded(usbProbe_.AN_pin_comment(p), 10) + Padded(caption.value, 14);
       if (usbProbe_.AN_pin_analysis(p) == 1) {
         out += "最大 " + Padded(caption.maximum, 12) + "最小 " + Padded(caption.minimum, 12) +
-               "平均 " + caption.average;
+               "平均 " + AverageText(caption.average, caption.value);
       }
       out += "\n";
     }

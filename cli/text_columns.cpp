@@ -1,5 +1,7 @@
 #include "cli/text_columns.h"
 
+#include <algorithm>
+
 namespace tavelin::cli {
 
 std::size_t Columns(const std::string& text) {
@@ -16,6 +18,24 @@ std::size_t Columns(const std::string& text) {
 std::string Padded(const std::string& text, std::size_t width) {
   const std::size_t columns = Columns(text);
   return columns >= width ? text : text + std::string(width - columns, ' ');
+}
+
+std::string AlignedRows(const std::vector<std::vector<std::string>>& rows,
+                        const std::string& indent) {
+  std::vector<std::size_t> widths;
+  for (const auto& row : rows) {
+    if (widths.size() < row.size()) widths.resize(row.size(), 0);
+    for (std::size_t k = 0; k < row.size(); ++k) widths[k] = std::max(widths[k], Columns(row[k]));
+  }
+  std::string out;
+  for (const auto& row : rows) {
+    out += indent;
+    for (std::size_t k = 0; k < row.size(); ++k) {
+      out += k + 1 < row.size() ? Padded(row[k], widths[k] + 2) : row[k];
+    }
+    out += "\n";
+  }
+  return out;
 }
 
 }  // namespace tavelin::cli

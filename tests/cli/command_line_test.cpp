@@ -70,6 +70,25 @@ TEST(CommandLine, RefusesMistakesWithStatusTwoAndAReason) {
   }
 }
 
+// A number option says whether the word is no number or outside its range,
+// and states the range in plain numbers.
+TEST(CommandLine, SaysWhetherANumberIsNoneOrOutOfItsRange) {
+  const std::pair<std::vector<std::string>, std::string> cases[] = {
+      {{"record", "--seconds", "abc"}, "--seconds: 数ではありません: abc"},
+      {{"record", "--seconds", "-3"},
+       "--seconds: 0 より大きく 31536000 までの数を指定してください: -3"},
+      {{"record", "--sampling", "1e3"},
+       "--sampling: 1 から 3600000 までの整数を指定してください: 1e3"},
+      {{"monitor", "--mode", "2.5"}, "--mode: 1 から 4 までの整数を指定してください: 2.5"},
+  };
+  for (const auto& [words, said] : cases) {
+    const CommandLine line = ParseCommandLine(words);
+    EXPECT_EQ(line.exitStatus, 2) << said;
+    EXPECT_EQ(line.output.rfind(said, 0), 0u) << line.output;
+  }
+  EXPECT_EQ(ParseCommandLine({"--version"}).output, "tavelin-cli " TAVELIN_VERSION "\n");
+}
+
 // Every command answers --help with its own usage, and status 0.
 TEST(CommandLine, EachCommandAnswersHelp) {
   struct Case {

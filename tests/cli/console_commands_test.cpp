@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "cli/console_run.h"
 #include "cli/monitor_command.h"
 #include "cli/record_command.h"
 #include "cli/settings_command.h"
@@ -99,6 +100,26 @@ TEST(ConsoleCommands, RecordKeepsRowsOfAFormatWithoutAWriterInTheJournal) {
   EXPECT_GT(journals[0].rows, 5);
 }
 
+// Nothing to sample in the mode asked: said, with the way to connect a
+// device, and a status of its own; nothing is logged.
+TEST(ConsoleCommands, WithoutADeviceMonitorAndRecordSaySoAndEnd) {
+  ProgramFolder program;
+  TempFolder logs;
+  Simulation simulation("probe 0 sine\n");  // probes only
+  RunOptions options;
+  options.seconds = 0.1;
+  options.folder = logs.Path().string();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(RunMonitor(options, program.Path()), kNoDeviceStatus);
+  EXPECT_EQ(RunRecord(options, program.Path()), kNoDeviceStatus);
+  options.mode = 4;
+  EXPECT_EQ(RunMonitor(options, program.Path()), 0);
+  const std::string said = testing::internal::GetCapturedStderr();
+  EXPECT_NE(said.find("準備済みの USB-IO が見つかりません"), std::string::npos) << said;
+  EXPECT_NE(said.find("README の「実機をつなぐ」"), std::string::npos) << said;
+  EXPECT_EQ(LogsIn(logs.Path()), std::vector<std::string>());
+}
+
 TEST(ConsoleCommands, RecordRefusesAnEmptyCommentForASubFolder) {
   ProgramFolder program;
   TempFolder logs;
@@ -122,7 +143,7 @@ TEST(ConsoleCommands, SettingsShowsAFileOfAnotherVersionAndKeepsIt) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(RunSettings({}, program.Path()), 0);
   const std::string shown = testing::internal::GetCapturedStdout();
-  EXPECT_NE(shown.find("config.dat: another version"), std::string::npos) << shown;
+  EXPECT_NE(shown.find("config.dat: 別のバージョンのファイルです"), std::string::npos) << shown;
   EXPECT_TRUE(fs::exists(fs::path(program.Path()) / FileSaveSystem::kConfigFile));
 }
 

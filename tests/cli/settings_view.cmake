@@ -13,6 +13,6 @@ execute_process(COMMAND ${cli} settings --view 7 RESULT_VARIABLE refused ERROR_Q
 if(NOT result EQUAL 0 OR refused EQUAL 0)
   message(FATAL_ERROR "settings --view: ${result}, ${refused}")
 endif()
-if(NOT shown MATCHES "config.dat: read" OR NOT shown MATCHES "表示モード         4")
+if(NOT shown MATCHES "config.dat: 読みました" OR NOT shown MATCHES "表示モード         4")
   message(FATAL_ERROR "the display mode did not reach config.dat:\n${shown}")
 endif()
