@@ -17,7 +17,7 @@ std::unique_ptr<ConsoleSession> BootConsole(const std::string& programFolder,
   auto check = CheckLibraryVersions(defaults, DeviceLibraryFolder(programFolder),
                                     [&](const std::string& text) { errors << text << "\n"; });
   if (check.result < 1) {
-    if (!check.failure.empty()) errors << "device library: " << check.failure << "\n";
+    if (!check.failure.empty()) errors << "デバイスライブラリ: " << check.failure << "\n";
     return nullptr;
   }
   auto session =

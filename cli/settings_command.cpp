@@ -105,7 +105,7 @@ int RunSettings(const SettingsOptions& options, const std::string& programFolder
     Read_Config(device, folder);
     device.t_ViewCh = *options.view;
     if (Write_Config(device, folder) != kWritten) {
-      std::cerr << "tavelin-cli settings: cannot write " << kConfigFile << " in " << folder << "\n";
+      std::cerr << "tavelin-cli settings: " << folder << " に " << kConfigFile << " を書けません\n";
       return 1;
     }
     std::cout << "表示モード " << device.t_ViewCh << ": " << folder << "/" << kConfigFile << "\n";
@@ -116,7 +116,7 @@ int RunSettings(const SettingsOptions& options, const std::string& programFolder
                          Write_ChSet(device, folder) == kWritten &&
                          Write_AnSet(probe, folder) == kWritten;
     if (!written) {
-      std::cerr << "tavelin-cli settings: cannot write the settings files in " << folder << "\n";
+      std::cerr << "tavelin-cli settings: " << folder << " に設定ファイルを書けません\n";
       return 1;
     }
     std::cout << "設定を既定に戻しました: " << folder << "\n";
