@@ -58,7 +58,8 @@ int RunRecord(const RunOptions& options, const std::string& programFolder) {
   if (!session) return 1;
   std::cerr << LeftoverNotice();
   if (options.folder && !FolderExists(*options.folder)) {
-    std::cerr << "tavelin-cli record: --folder: フォルダーがありません: " << *options.folder << "\n";
+    std::cerr << "tavelin-cli record: --folder: フォルダーがありません: " << *options.folder
+              << "\n";
     return 2;
   }
   session->device.t_LogSave_Enable = 1;

@@ -44,7 +44,8 @@ std::string LeftoverNotice() {
 
 int RunRecover(const RecoverOptions& options, const std::string& programFolder) {
   if (options.folder && !FolderExists(*options.folder)) {
-    std::cerr << "tavelin-cli recover: --folder: フォルダーがありません: " << *options.folder << "\n";
+    std::cerr << "tavelin-cli recover: --folder: フォルダーがありません: " << *options.folder
+              << "\n";
     return 2;
   }
   const auto leftovers = LeftoverJournals(JournalFolder());

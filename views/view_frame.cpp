@@ -2,6 +2,8 @@
 
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QFocusEvent>
+#include <QKeySequence>
 #include <QLayout>
 #include <QMenuBar>
 
@@ -109,6 +111,33 @@ void ViewFrame::BuildMenus() {
   menu_help_version = menu_help->addAction(QStringLiteral("バージョン情報(&A)"));
   QObject::connect(menu_help_version, &QAction::triggered,
                    [this] { host_.ShowDialog(ViewDialog::Version, *this); });
+
+  // After the three menus, which a run disables: this one stays, so that
+  // its keys reach 切断 during a run. A key does what a click on the button
+  // would, and nothing while the button is disabled.
+  menu_comm = menuBar()->addMenu(QStringLiteral("通信(&C)"));
+  menu_comm_connect = menu_comm->addAction(QStringLiteral("接続(&C)"));
+  menu_comm_connect->setShortcut(QKeySequence(Qt::Key_F5));
+  menu_comm_disconnect = menu_comm->addAction(QStringLiteral("切断(&D)"));
+  menu_comm_disconnect->setShortcuts({QKeySequence(Qt::Key_Escape), QKeySequence(Qt::Key_F6)});
+  for (QAction* action : {menu_comm_connect, menu_comm_disconnect}) {
+    action->setShortcutContext(Qt::WindowShortcut);
+  }
+  QObject::connect(menu_comm_connect, &QAction::triggered, [this] {
+    if (Pic_Connect->isEnabled()) Pic_Connect_Click();
+  });
+  QObject::connect(menu_comm_disconnect, &QAction::triggered, [this] {
+    if (Pic_Disconnect->isEnabled()) Pic_Disconnect_Click();
+  });
+  QObject::connect(menu_comm, &QMenu::aboutToShow, [this] {
+    menu_comm_connect->setEnabled(Pic_Connect->isEnabled());
+    menu_comm_disconnect->setEnabled(Pic_Disconnect->isEnabled());
+  });
+  QObject::connect(menu_comm, &QMenu::aboutToHide, [this] {
+    // Enabled again for the keys, which the entries' state would block.
+    menu_comm_connect->setEnabled(true);
+    menu_comm_disconnect->setEnabled(true);
+  });
 }
 
 QLabel* ViewFrame::MakeLabel(int left, int top, int width, int height, const QString& caption,
@@ -125,9 +154,29 @@ QLabel* ViewFrame::MakeLabel(int left, int top, int width, int height, const QSt
   return label;
 }
 
+namespace {
+
+// A box reached by Tab keeps its text as it is: QLineEdit would select it
+// all, and the next key would write over a channel's name.
+class ViewTextBox final : public QLineEdit {
+ public:
+  using QLineEdit::QLineEdit;
+
+ protected:
+  void focusInEvent(QFocusEvent* event) override {
+    QLineEdit::focusInEvent(event);
+    if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason) {
+      deselect();
+      setCursorPosition(static_cast<int>(text().size()));
+    }
+  }
+};
+
+}  // namespace
+
 QLineEdit* ViewFrame::MakeTextBox(int left, int top, int width, int height, const QString& text,
                                   Colour backColor, Colour foreColor) {
-  auto* box = new QLineEdit(text, area_);
+  auto* box = new ViewTextBox(text, area_);
   box->setGeometry(TwipRect(left, top, width, height));
   box->setFrame(false);
   box->setTextMargins(2, 0, 2, 0);
@@ -231,7 +280,8 @@ void ViewFrame::SetMenusEnabled(bool enabled) {
   menu_file->setEnabled(enabled);
   menu_tool->setEnabled(enabled);
   menu_help->setEnabled(enabled);
-  for (QAction* action : menuBar()->actions()) action->setEnabled(enabled);
+  // Their titles in the bar too; 通信 stays, for the keys of a run.
+  for (QMenu* menu : {menu_file, menu_tool, menu_help}) menu->menuAction()->setEnabled(enabled);
 }
 
 void ViewFrame::SetCommentLook(bool running) {

@@ -71,6 +71,11 @@ class ViewFrame : public QMainWindow, public SamplingView {
   QAction* menu_opt_search;
   QAction* menu_opt_write_usbio;  // digital views only
   QAction* menu_help_version;
+  // The two buttons from the keyboard: 接続 F5, 切断 Esc or F6. Their menu
+  // stays usable during a run, unlike the three above.
+  QMenu* menu_comm;
+  QAction* menu_comm_connect;
+  QAction* menu_comm_disconnect;
 
   void Pic_Connect_Click();
   void Pic_Disconnect_Click();

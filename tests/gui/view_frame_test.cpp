@@ -66,6 +66,47 @@ class ViewFrameTest : public QObject {
     QCOMPARE(booted->form1->TheFormBG().State(), RunState::Idle);
   }
 
+  // F5 connects and Esc (or F6) disconnects, also while the three menus are
+  // disabled by the run; a key does nothing while its button is disabled.
+  // A channel box reached by Tab keeps its name unselected.
+  void theKeyboardConnectsAndDisconnects() {
+    ProgramFolder folder;
+    SaveSettings(folder, 1);
+    Simulation simulation("usbio 0 prepared constant 1\n");
+    const auto booted = Boot(folder);
+    ViewFrame& view = *booted->form1->ShownView();
+    QApplication::setActiveWindow(&view);
+    QVERIFY(QTest::qWaitForWindowActive(&view));
+    for (const int stop : {int(Qt::Key_Escape), int(Qt::Key_F6)}) {
+      FrameState during = FrameState::NoDevice;
+      bool stoppedByKey = false;
+      QTimer::singleShot(60, [&] {
+        during = StateOf(view);
+        QTest::keyClick(&view, Qt::Key_F5);  // its button is disabled: nothing
+        QTest::keyClick(&view, static_cast<Qt::Key>(stop));
+        stoppedByKey = view.RxFlag == 0;
+        if (view.RxFlag == 1)
+          view.Pic_Disconnect_Click();  // the key failed: the run ends all the same
+      });
+      QTest::keyClick(&view, Qt::Key_F5);
+      QCOMPARE(during, FrameState::Running);
+      QCOMPARE(StateOf(view), FrameState::Ready);
+      QVERIFY(stoppedByKey);
+    }
+    QTest::keyClick(&view, Qt::Key_Escape);  // no run: nothing
+    QCOMPARE(StateOf(view), FrameState::Ready);
+
+    QLineEdit* box = nullptr;
+    for (QLineEdit* found : view.findChildren<QLineEdit*>()) {
+      if (found != view.TB_LogComment && found != view.TB_Status_Box) box = found;
+    }
+    QVERIFY(box != nullptr);
+    box->setText(QStringLiteral("炉 1"));
+    QFocusEvent tabbed(QEvent::FocusIn, Qt::TabFocusReason);
+    QCoreApplication::sendEvent(box, &tabbed);
+    QVERIFY(!box->hasSelectedText());
+  }
+
   // A logged run into a folder that takes no file does not start: the box
   // says why, and the view is Ready again.
   void aLogFolderThatTakesNoFileStopsConnect() {
