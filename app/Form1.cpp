@@ -117,6 +117,14 @@ void Form1::RequestStop() {
   CloseOnceIdle(view);
 }
 
+void Form1::RaiseShownView() {
+  ViewFrame* view = ShownView();
+  if (view == nullptr) return;
+  if (view->isMinimized()) view->showNormal();
+  view->raise();
+  view->activateWindow();
+}
+
 // The run ends in its own loop, further up the stack than this request:
 // the view closes once that loop has written the last file.
 void Form1::CloseOnceIdle(QPointer<ViewFrame> view) {

@@ -97,6 +97,8 @@ class Form1 final : public ViewHost {
   // the shown view closes as a user's close would. During the start-up a
   // box is answered with its safe button and the start-up ends early.
   void RequestStop();
+  // A second start asked for the window: the shown view to the front.
+  void RaiseShownView();
   bool StopRequested() const { return stopRequested_; }
 
  private:

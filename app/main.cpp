@@ -9,6 +9,7 @@
 
 #include "app/Form1.h"
 #include "app/instance_lock.h"
+#include "app/raise_requests.h"
 #include "app/stop_requests.h"
 #include "platform/program_folder.h"
 #include "views/application_look.h"
@@ -79,7 +80,13 @@ int main(int argc, char** argv) {
   const std::string writable = tavelin::WritableFolder(folder);
   const tavelin::InstanceLock instance(writable);
   using Outcome = tavelin::InstanceLock::Outcome;
-  if (instance.Result() == Outcome::HeldByAnother) return 0;  // a second start changes nothing
+  if (instance.Result() == Outcome::HeldByAnother) {
+    // A second start changes nothing but the running window's place.
+    std::cerr << (tavelin::RaiseRequests::AskRunning(writable)
+                      ? "tavelin: すでに起動しています。そのウィンドウを前面に出しました\n"
+                      : "tavelin: すでに起動しています\n");
+    return 0;
+  }
   if (instance.Result() == Outcome::Unavailable) {
     std::cerr << "tavelin: " << instance.Why() << "; a second start would not be noticed\n";
   }
@@ -87,6 +94,7 @@ int main(int argc, char** argv) {
   tavelin::QtMessageBoxes boxes;
   tavelin::Form1 form1({folder, &boxes, {}, writable});
   const tavelin::StopRequestListener stopRequests(form1);
+  const tavelin::RaiseRequests raiseRequests(writable, [&form1] { form1.RaiseShownView(); });
   app.keepWhatMatters = [&form1] { form1.KeepSettings(); };
   if (!form1.BootRoutine()) return 0;
   return app.exec();

@@ -3,6 +3,7 @@
 #include <QtTest>
 
 #include "app/instance_lock.h"
+#include "app/raise_requests.h"
 #include "dialogs/FormCommonSetting.h"
 #include "gui_support.h"
 #include "logging/journal_recovery.h"
@@ -165,6 +166,19 @@ class BootTest : public QObject {
     InstanceLock nowhere(folder.Path() + "/no/such/folder");
     QCOMPARE(nowhere.Result(), Outcome::Unavailable);
     QVERIFY(!nowhere.Why().empty());
+  }
+
+  // A second start asks the first of the same folder for its window, and
+  // nobody else's.
+  void aSecondStartRaisesTheFirstOfItsFolder() {
+    TempFolder folder, other;
+    int raised = 0;
+    const RaiseRequests first(folder.Path().string(), [&raised] { ++raised; });
+    QVERIFY(first.Listening());
+    QVERIFY(RaiseRequests::AskRunning(folder.Path().string()));
+    QTRY_COMPARE(raised, 1);
+    QVERIFY(!RaiseRequests::AskRunning(other.Path().string()));
+    QCOMPARE(raised, 1);
   }
 
   // Settings changed by a dialog are kept aside as its OK closes it: a

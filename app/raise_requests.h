@@ -1,0 +1,29 @@
+#pragma once
+#include <QLocalServer>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace tavelin {
+
+// A second start of the program asks the first (the one that holds the
+// instance lock of the same folder) to bring its window to the front,
+// through a local socket of this user.
+class RaiseRequests {
+ public:
+  // The first start listens; `raise` runs on each request, in its event loop.
+  RaiseRequests(const std::string& folder, std::function<void()> raise);
+  ~RaiseRequests();
+  RaiseRequests(const RaiseRequests&) = delete;
+  RaiseRequests& operator=(const RaiseRequests&) = delete;
+  bool Listening() const { return server_ && server_->isListening(); }
+
+  // A second start: true when the running program took the request.
+  static bool AskRunning(const std::string& folder);
+
+ private:
+  std::unique_ptr<QLocalServer> server_;
+  std::function<void()> raise_;
+};
+
+}  // namespace tavelin
