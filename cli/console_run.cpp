@@ -29,9 +29,8 @@ std::string NothingToSample(const ConsoleSession& session, int mode) {
   const bool analog = mode == 4;
   const int found = analog ? session.USB_Probe.FindDevice : session.USB_IO.FindDevice;
   if (found > 0) return {};
-  return std::string(analog ? "アナログプローブ" : "準備済みの USB-IO") +
-         " が見つかりません。USB の機器をつなぐ手順と権限は README の「実機をつなぐ」に、"
-         "模擬デバイスは KVR_SIMULATION にあります (tavelin-cli devices で確かめられます)";
+  return std::string(analog ? "アナログプローブ" : "準備済みの USB-IO") + " が見つかりません。" +
+         kConnectDeviceHint + " (tavelin-cli devices で確かめられます)";
 }
 
 RunSummary RunSampling(

@@ -7,6 +7,7 @@
 #include "cli/text_columns.h"
 #include "devices/KVR_USB_Probe.h"
 #include "devices/USB_IO_IF.h"
+#include "sampling/run_start.h"
 
 namespace tavelin::cli {
 namespace {
@@ -88,7 +89,7 @@ int RunDevices(const std::string& programFolder) {
     const std::vector<FoundDevice> devices = FindDevices(usbIo.api, usbProbe.api);
     PrintDevices(devices, std::cout);
     if (devices.empty()) {
-      std::cerr << "USB の機器をつなぐ手順と権限は README の「実機をつなぐ」にあります\n";
+      std::cerr << kConnectDeviceHint << "\n";
     }
     return 0;
   } catch (const LibraryError& error) {

@@ -27,4 +27,10 @@ inline constexpr const char* kCommentNeededMessage =
     "「コメントをサブフォルダにして保存する」が有効になっています。\n"
     "コメントを記入して下さい。";
 
+// Where to look when a run has no device to sample, as the window and the
+// console say it.
+inline constexpr const char* kConnectDeviceHint =
+    "USB の機器をつなぐ手順と権限は README の「実機をつなぐ」に、模擬デバイスは "
+    "KVR_SIMULATION にあります";
+
 }  // namespace tavelin

@@ -252,6 +252,7 @@ void ViewFrame::Set_FormView() {
   SetBackColor(TB_LogComment, kCommentIdle);  // the text colour stays as it is
   SetChannelArea();
   SetConnectByFound();
+  SayWhatWasFound(false);
   Pic_Disconnect->setEnabled(false);
   Pic_Disconnect->SetPicture(TheButtonPictures().Pic_bt_OFF_D);
 }
@@ -274,6 +275,26 @@ void ViewFrame::SetConnectByFound() {
   Pic_Connect->setEnabled(found);
   Pic_Connect->SetPicture(found ? TheButtonPictures().Pic_bt_On_E
                                 : TheButtonPictures().Pic_bt_On_D);
+}
+
+// Without a device the status says so, its tip how to connect one; after a
+// search it says what was found. A run's own texts take the box over.
+void ViewFrame::SayWhatWasFound(bool afterSearch) {
+  static const QString kNone = QStringLiteral("デバイスが見つかりません");
+  const int32_t found = FamilyFound();
+  if (found == 0) {
+    TB_Status_Box->setText(kNone);
+    TB_Status_Box->setToolTip(Q(kConnectDeviceHint));
+    return;
+  }
+  TB_Status_Box->setToolTip(QString());
+  if (afterSearch) {
+    TB_Status_Box->setText((design_.analog ? QStringLiteral("プローブ %1 台を検出")
+                                           : QStringLiteral("USB-IO %1 台を検出"))
+                               .arg(found));
+  } else if (TB_Status_Box->text() == kNone) {
+    TB_Status_Box->clear();
+  }
 }
 
 void ViewFrame::SetMenusEnabled(bool enabled) {
@@ -377,6 +398,7 @@ void ViewFrame::menu_opt_search_Click() {
   }
   View_DeviceLED();
   SetConnectByFound();
+  SayWhatWasFound(true);
 }
 
 // ---- closing ----

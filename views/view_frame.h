@@ -80,6 +80,7 @@ class ViewFrame : public QMainWindow, public SamplingView {
   void Pic_Connect_Click();
   void Pic_Disconnect_Click();
   void menu_opt_search_Click();
+  void SayWhatWasFound(bool afterSearch);
 
  protected:
   // The channel area of Set_FormView.

@@ -38,6 +38,13 @@ class ViewFrameTest : public QObject {
     ViewFrame& view = *booted->form1->ShownView();
     QCOMPARE(StateOf(view), FrameState::NoDevice);
     for (BitLed* led : view.Pic_DeviceLED) QCOMPARE(led->BackColor(), Rgb(100, 100, 100));
+    // The status says so and its tip how to connect one; a search says what it found.
+    QCOMPARE(view.TB_Status_Box->text(), QStringLiteral("デバイスが見つかりません"));
+    QVERIFY(view.TB_Status_Box->toolTip().contains(QStringLiteral("「実機をつなぐ」")));
+    Simulation simulation("usbio 3 prepared constant 1\nusbio 5 prepared constant 1\n");
+    view.menu_opt_search_Click();
+    QCOMPARE(view.TB_Status_Box->text(), QStringLiteral("USB-IO 2 台を検出"));
+    QCOMPARE(StateOf(view), FrameState::Ready);
   }
 
   void aRunGoesFromReadyToRunningAndBack() {
