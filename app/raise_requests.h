@@ -1,5 +1,5 @@
 #pragma once
-#include <QLocalServer>
+#include <QSocketNotifier>
 #include <functional>
 #include <memory>
 #include <string>
@@ -8,7 +8,8 @@ namespace tavelin {
 
 // A second start of the program asks the first (the one that holds the
 // instance lock of the same folder) to bring its window to the front,
-// through a local socket of this user.
+// through a local socket of this user: no more than a socket, so that the
+// start loads nothing for it.
 class RaiseRequests {
  public:
   // The first start listens; `raise` runs on each request, in its event loop.
@@ -16,13 +17,16 @@ class RaiseRequests {
   ~RaiseRequests();
   RaiseRequests(const RaiseRequests&) = delete;
   RaiseRequests& operator=(const RaiseRequests&) = delete;
-  bool Listening() const { return server_ && server_->isListening(); }
+  bool Listening() const { return fd_ >= 0; }
 
   // A second start: true when the running program took the request.
   static bool AskRunning(const std::string& folder);
 
  private:
-  std::unique_ptr<QLocalServer> server_;
+  void Accept();
+
+  int fd_ = -1;
+  std::unique_ptr<QSocketNotifier> notifier_;
   std::function<void()> raise_;
 };
 
