@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <exception>
 #include <filesystem>
@@ -38,9 +39,17 @@ std::string PathIn(const std::string& folder, const char* file) {
 bool ReadRecordBytes(const std::string& path, std::size_t limit, std::string& bytes) {
   std::ifstream in(path, std::ios::binary);
   if (!in) return false;
-  bytes.resize(limit);
-  in.read(bytes.data(), static_cast<std::streamsize>(limit));
-  bytes.resize(static_cast<std::size_t>(in.gcount()));
+  // By blocks, up to the limit: a file of a few kilobytes costs a few
+  // kilobytes, not the megabytes its largest record could take.
+  constexpr std::size_t kBlock = 1 << 16;
+  bytes.clear();
+  while (bytes.size() < limit && in) {
+    const std::size_t at = bytes.size();
+    const std::size_t want = std::min(kBlock, limit - at);
+    bytes.resize(at + want);
+    in.read(bytes.data() + at, static_cast<std::streamsize>(want));
+    bytes.resize(at + static_cast<std::size_t>(in.gcount()));
+  }
   return !in.bad();
 }
 
