@@ -2,6 +2,7 @@
 #include <QApplication>
 #include <QIcon>
 #include <QMessageBox>
+#include <QTimer>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -73,7 +74,6 @@ int main(int argc, char** argv) {
   app.setQuitOnLastWindowClosed(false);
   // The desktop entry's name: the window manager finds the icon by it.
   app.setDesktopFileName(QStringLiteral("jp.example.tavelin.Tavelin"));
-  app.setWindowIcon(QIcon(QStringLiteral(":/icons/tavelin.png")));
   tavelin::UseProgramLook(app);
 
   const std::string folder = tavelin::ProgramFolder();
@@ -97,5 +97,8 @@ int main(int argc, char** argv) {
   const tavelin::RaiseRequests raiseRequests(writable, [&form1] { form1.RaiseShownView(); });
   app.keepWhatMatters = [&form1] { form1.KeepSettings(); };
   if (!form1.BootRoutine()) return 0;
+  // Once the first view is up: reading an image looks for its plugins first.
+  QTimer::singleShot(0, &app,
+                     [&app] { app.setWindowIcon(QIcon(QStringLiteral(":/icons/tavelin.png"))); });
   return app.exec();
 }

@@ -71,8 +71,10 @@ void PrintSettings(const ELM327_Info& device, const KVR_USB_Probe& USB_Probe, st
         device.bit_comment(b).empty()) {
       continue;
     }
-    bits.push_back({"b" + std::to_string(b), Hex(device.bit_LEDColor(b)),
-                    std::to_string(device.bit_turn(b)), device.bit_comment(b)});
+    std::string name = "b";  // appended: GCC 12 at -O3 warns falsely of "b" + text
+    name += std::to_string(b);
+    bits.push_back({name, Hex(device.bit_LEDColor(b)), std::to_string(device.bit_turn(b)),
+                    device.bit_comment(b)});
   }
   if (bits.size() > 1) out << AlignedRows(bits, "  ");
   out << "\nアナログ入力\n";

@@ -1,7 +1,9 @@
 // Writes the settings of the demonstration bench into a folder of its own:
 // channels with names, bit names, colours and conversions, so that the demo
 // looks as a bench in use does.
-//   tavelin_demo_settings FOLDER
+//   tavelin_demo_settings FOLDER [--terms-accepted]
+// --terms-accepted writes them as after a first start whose terms of use
+// were accepted (bench/start_time.py starts the program so).
 // A folder that holds settings already is left as it is: the demo never
 // writes over settings somebody made.
 #include <cstdio>
@@ -96,8 +98,9 @@ void ProbeSettings(tavelin::KVR_USB_Probe& probes) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: tavelin_demo_settings FOLDER\n");
+  const bool accepted = argc == 3 && std::string(argv[2]) == "--terms-accepted";
+  if (argc != 2 && !accepted) {
+    std::fprintf(stderr, "usage: tavelin_demo_settings FOLDER [--terms-accepted]\n");
     return 2;
   }
   const std::string folder = argv[1];
@@ -114,6 +117,7 @@ int main(int argc, char** argv) {
   device.Param_ALL_Clear();
   device.t_ViewCh = 2;  // the labelled LEDs: names, bit names and colours at once
   device.t_LogComment = "デモ ベンチ";
+  if (accepted) device.t_TERMS_OF_USE = 1;
   ChannelSettings(device);
   tavelin::KVR_USB_Probe probes{tavelin::UsbProbeEntryPoints{}};
   ProbeSettings(probes);
