@@ -3,6 +3,7 @@
 // read, written again, reads back the same and whole.
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "logging/journal_format.h"
@@ -24,6 +25,18 @@ bool SameMarks(const JournalContents& a, const JournalContents& b) {
     }
   }
   return true;
+}
+
+// A name note as written again: one of version 1 (no rows, no file) has no
+// form in this version and is left out.
+std::optional<JournalTakenName> Rewritable(const std::optional<JournalTakenName>& taken) {
+  if (!taken || taken->rowsCovered < 0) return std::nullopt;
+  return taken;
+}
+
+bool SameTaken(const std::optional<JournalTakenName>& a, const std::optional<JournalTakenName>& b) {
+  if (!a || !b) return !a && !b;
+  return a->path == b->path && a->rowsCovered == b->rowsCovered && a->placeholder == b->placeholder;
 }
 
 bool SameRows(const JournalContents& a, const JournalContents& b) {
@@ -55,10 +68,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   std::string again = EncodeHead(contents.head);
   for (const JournalMark& mark : contents.marks) AppendMark(again, mark);
   for (const JournalRow& row : contents.rows) AppendRow(again, row.time, row.values);
-  if (!contents.unfinishedName.empty()) AppendTakenName(again, contents.unfinishedName);
+  const auto taken = Rewritable(contents.unfinished);
+  if (taken) AppendTakenName(again, *taken);
   const JournalContents reread = ReadJournal(again);
   if (!reread.readable || !reread.damage.empty() || !SameRows(contents, reread) ||
-      !SameMarks(contents, reread) || reread.unfinishedName != contents.unfinishedName ||
+      !SameMarks(contents, reread) || !SameTaken(reread.unfinished, taken) ||
       EncodeHead(reread.head) != EncodeHead(contents.head)) {
     Fail();
   }

@@ -30,7 +30,7 @@ void WriteJournals(const fs::path& folder) {
     for (int row = 0; row < 3; ++row) AppendRow(bytes, row * 10.0, values);
     AppendMark(bytes, {3, false, "/home/bench/ログ/SD26030214-001.csv"});
     AppendRow(bytes, 30.0, values);
-    AppendTakenName(bytes, "/home/bench/ログ/SD26030214-002.csv");
+    AppendTakenName(bytes, {"/home/bench/ログ/SD26030214-002.csv", 4, FileIdentity{2049, 131}});
     std::ofstream(folder / ("kind" + std::to_string(viewCh)), std::ios::binary) << bytes;
   }
 }
