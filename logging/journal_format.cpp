@@ -50,50 +50,11 @@ bool Bits(const JournalHead& head) {
   return head.viewCh == 1 || head.viewCh == 2;
 }
 
-void Text(std::string& out, std::string_view text) {
-  le::U32(out, static_cast<uint32_t>(text.size()));
-  out.append(text);
-}
-
-// Reads fields from a span of bytes; past its end every read fails.
-class Reader {
+// The journal's texts are at most 64 KiB.
+class Reader : public le::Reader {
  public:
-  explicit Reader(std::string_view bytes) : bytes_(bytes) {}
-  std::size_t Left() const { return bytes_.size() - at_; }
-  std::size_t At() const { return at_; }
-  bool Fits(std::size_t n) const { return Left() >= n; }
-
-  std::optional<std::string_view> Take(std::size_t n) {
-    if (!Fits(n)) return std::nullopt;
-    const std::string_view taken = bytes_.substr(at_, n);
-    at_ += n;
-    return taken;
-  }
-  template <typename T>
-  std::optional<T> Number() {
-    const auto bytes = Take(sizeof(T));
-    if (!bytes) return std::nullopt;
-    std::make_unsigned_t<std::conditional_t<std::is_floating_point_v<T>, int64_t, T>> value = 0;
-    for (std::size_t i = 0; i < sizeof(T); ++i) {
-      value |= static_cast<decltype(value)>(static_cast<uint8_t>((*bytes)[i])) << (8 * i);
-    }
-    if constexpr (std::is_floating_point_v<T>) {
-      return std::bit_cast<double>(value);
-    } else {
-      return static_cast<T>(value);
-    }
-  }
-  std::optional<std::string> Text() {
-    const auto length = Number<uint32_t>();
-    if (!length || *length > kLongestText) return std::nullopt;
-    const auto bytes = Take(*length);
-    if (!bytes) return std::nullopt;
-    return std::string(*bytes);
-  }
-
- private:
-  std::string_view bytes_;
-  std::size_t at_ = 0;
+  using le::Reader::Reader;
+  std::optional<std::string> Text() { return le::Reader::Text(kLongestText); }
 };
 
 std::optional<JournalHead> ParseHead(std::string_view bytes) {
@@ -239,14 +200,14 @@ std::string EncodeHead(const JournalHead& head) {
   le::U32(body, static_cast<uint32_t>(head.viewCh));
   le::U32(body, static_cast<uint32_t>(head.logSaveFormat));
   le::U32(body, static_cast<uint32_t>(head.pathMode));
-  Text(body, head.savePath);
+  le::Text(body, head.savePath);
   le::U32(body, static_cast<uint32_t>(head.subFolder));
-  Text(body, head.folderName);
-  Text(body, head.programFolder);
-  Text(body, head.comment);
-  Text(body, head.title);
-  Text(body, head.notice);
-  Text(body, head.homepage);
+  le::Text(body, head.folderName);
+  le::Text(body, head.programFolder);
+  le::Text(body, head.comment);
+  le::Text(body, head.title);
+  le::Text(body, head.notice);
+  le::Text(body, head.homepage);
   le::U32(body, static_cast<uint32_t>(head.startSeconds));
   le::U32(body, static_cast<uint32_t>(static_cast<uint64_t>(head.startSeconds) >> 32));
   le::U32(body, static_cast<uint32_t>(head.findDevice));
@@ -254,7 +215,7 @@ std::string EncodeHead(const JournalHead& head) {
   le::U16(body, static_cast<uint16_t>(head.devices.size()));
   for (const JournalDevice& d : head.devices) {
     le::U16(body, static_cast<uint16_t>(d.index));
-    Text(body, d.comment);
+    le::Text(body, d.comment);
   }
   std::string out(kMagic, sizeof kMagic);
   le::U16(out, kJournalVersion);
@@ -282,7 +243,7 @@ void AppendMark(std::string& out, const JournalMark& mark) {
   le::U32(body, static_cast<uint32_t>(mark.rowsCovered));
   le::U32(body, static_cast<uint32_t>(static_cast<uint64_t>(mark.rowsCovered) >> 32));
   le::U8(body, mark.overwrote ? 1 : 0);
-  Text(body, mark.path);
+  le::Text(body, mark.path);
   const std::size_t start = out.size();
   out += kMark;
   le::U32(out, static_cast<uint32_t>(body.size()));
@@ -296,7 +257,7 @@ void AppendTakenName(std::string& out, const JournalTakenName& taken) {
   le::U8(body, taken.placeholder ? 1 : 0);
   le::U64(body, taken.placeholder ? taken.placeholder->device : 0);
   le::U64(body, taken.placeholder ? taken.placeholder->inode : 0);
-  Text(body, taken.path);
+  le::Text(body, taken.path);
   const std::size_t start = out.size();
   out += kTakenName;
   le::U32(out, static_cast<uint32_t>(body.size()));

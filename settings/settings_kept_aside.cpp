@@ -19,23 +19,6 @@ constexpr uint16_t kVersion = 1;
 constexpr std::size_t kLargest = FileSaveSystem::kConfigMaxBytes + FileSaveSystem::kChSetMaxBytes +
                                  FileSaveSystem::kAnSetMaxBytes + (1 << 16);
 
-void Text(std::string& out, const std::string& text) {
-  le::U32(out, static_cast<uint32_t>(text.size()));
-  out += text;
-}
-
-// The next text of `bytes` at `at`, or none past the end.
-std::optional<std::string> TakeText(std::string_view bytes, std::size_t& at) {
-  if (bytes.size() - at < 4) return std::nullopt;
-  uint32_t length = 0;
-  for (int i = 0; i < 4; ++i) length |= uint32_t{static_cast<uint8_t>(bytes[at + i])} << (8 * i);
-  at += 4;
-  if (bytes.size() - at < length) return std::nullopt;
-  std::string text(bytes.substr(at, length));
-  at += length;
-  return text;
-}
-
 }  // namespace
 
 SettingsRecords RecordsOf(const ELM327_Info& device, const KVR_USB_Probe& USB_Probe) {
@@ -61,10 +44,10 @@ bool SettingsKeptAside::Keep(const SettingsRecords& records) const {
   if (path_.empty()) return false;
   std::string bytes(kMagic, sizeof kMagic);
   le::U16(bytes, kVersion);
-  Text(bytes, settingsFolder_);
-  Text(bytes, records.config);
-  Text(bytes, records.chSet);
-  Text(bytes, records.anSet);
+  le::Text(bytes, settingsFolder_);
+  le::Text(bytes, records.config);
+  le::Text(bytes, records.chSet);
+  le::Text(bytes, records.anSet);
   le::U32(bytes, Crc32c(bytes));
   try {
     std::error_code ignored;
@@ -83,26 +66,23 @@ std::optional<SettingsRecords> SettingsKeptAside::Kept() const {
   std::error_code error;
   const auto size = std::filesystem::file_size(path_, error);
   if (error || size > kLargest) return std::nullopt;
-  std::ifstream in(path_, std::ios::binary);
+  std::ifstream file(path_, std::ios::binary);
   std::string bytes(size, '\0');
-  in.read(bytes.data(), static_cast<std::streamsize>(size));
-  bytes.resize(static_cast<std::size_t>(in.gcount()));
-  if (bytes.size() < sizeof kMagic + 2 + 4 || bytes.compare(0, 4, kMagic, 4) != 0) {
-    return std::nullopt;
-  }
+  file.read(bytes.data(), static_cast<std::streamsize>(size));
+  bytes.resize(static_cast<std::size_t>(file.gcount()));
+  if (bytes.size() < 4) return std::nullopt;
   const std::string_view body = std::string_view(bytes).substr(0, bytes.size() - 4);
-  uint32_t crc = 0;
-  for (int i = 0; i < 4; ++i) {
-    crc |= uint32_t{static_cast<uint8_t>(bytes[body.size() + i])} << (8 * i);
-  }
-  const bool version = static_cast<uint8_t>(bytes[4]) == kVersion && bytes[5] == 0;
-  if (!version || Crc32c(body) != crc) return std::nullopt;
-  std::size_t at = 6;
-  const auto folder = TakeText(body, at);
-  auto config = TakeText(body, at);
-  auto chSet = TakeText(body, at);
-  auto anSet = TakeText(body, at);
-  if (!folder || *folder != settingsFolder_ || !config || !chSet || !anSet || at != body.size()) {
+  le::Reader crc(std::string_view(bytes).substr(body.size()));
+  if (crc.Number<uint32_t>() != Crc32c(body)) return std::nullopt;
+  le::Reader in(body);
+  const auto magic = in.Take(sizeof kMagic);
+  const auto version = in.Number<uint16_t>();
+  const auto folder = in.Text(kLargest);
+  auto config = in.Text(kLargest);
+  auto chSet = in.Text(kLargest);
+  auto anSet = in.Text(kLargest);
+  if (!magic || *magic != std::string_view(kMagic, sizeof kMagic) || version != kVersion ||
+      folder != settingsFolder_ || !config || !chSet || !anSet || in.Left() != 0) {
     return std::nullopt;
   }
   return SettingsRecords{std::move(*config), std::move(*chSet), std::move(*anSet)};
