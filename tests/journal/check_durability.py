@@ -107,8 +107,10 @@ def main():
                 continue
             problems, logs = check_trace(open(trace, errors="replace").read(), folder,
                                          os.path.join(state, "tavelin", "journal"))
-            if len(logs) != 3:
-                problems.append("%d logs put in place, not 3" % len(logs))
+            # Two rollovers and the end; a slow save (a sanitizer's build) lets
+            # a third rollover come before the run's end is due.
+            if len(logs) < 3:
+                problems.append("%d logs put in place, not at least 3" % len(logs))
             print("%s: %d logs put in place, each on disk before its rename, its folder after, "
                   "its name noted first" % (log_format, len(logs)) if not problems else
                   "%s: %s" % (log_format, "; ".join(problems)))
