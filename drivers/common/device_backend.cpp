@@ -9,13 +9,10 @@
 #include <thread>
 #include <vector>
 
-#include "hid_backend.h"
-
 namespace kvr {
 namespace {
 
 constexpr int kMaxChannels = 16;
-constexpr const char* kSimulationVariable = "KVR_SIMULATION";
 
 class SimulatedBackend final : public DeviceBackend {
  public:
@@ -51,7 +48,7 @@ class SimulatedBackend final : public DeviceBackend {
     return device != nullptr && (device->line.prepared || written_.count(device->line.text) > 0);
   }
 
-  void BeginReads() override {
+  void BeginReads(double) override {
     if (readTimeUs_ > 0) std::this_thread::sleep_for(std::chrono::microseconds(readTimeUs_));
   }
 
@@ -99,13 +96,6 @@ class SimulatedBackend final : public DeviceBackend {
 };
 
 }  // namespace
-
-DeviceBackend& SelectBackend(DeviceFamily family) {
-  static SimulatedBackend simulated(family);
-  if (std::getenv(kSimulationVariable) != nullptr) return simulated;
-  static HidBackend hid(family, SystemHidPort);
-  return hid;
-}
 
 std::unique_ptr<DeviceBackend> MakeSimulatedBackend(DeviceFamily family) {
   return std::make_unique<SimulatedBackend>(family);

@@ -17,8 +17,9 @@ class DeviceBackend {
   virtual bool Present(int channel) const = 0;
   // Carries this system's settings: written once by setting_write_USBIO.
   virtual bool Prepared(int channel) const = 0;
-  // Called once per read of all devices, before the first device is read.
-  virtual void BeginReads() = 0;
+  // Called once per read of all devices, before the first device is read;
+  // waits at most `waitMs` for input newer than the last read's.
+  virtual void BeginReads(double waitMs) = 0;
   // One read of a device into out (1 value for USB-IO, 6 for a probe);
   // false when the device has gone and nothing was read.
   virtual bool Read(int channel, double nowMs, int32_t* out) = 0;
@@ -29,9 +30,17 @@ class DeviceBackend {
   virtual std::string Describe(int channel) const = 0;
 };
 
+// Names the simulation file; when set, no real device is looked for.
+constexpr const char* kSimulationVariable = "KVR_SIMULATION";
+
+// The longest a read of all devices waits for fresh input: real devices
+// pace the sampling loop, and no fault stalls it.
+constexpr double kLongestWaitForInputMs = 4.0;
+
 // The simulated devices of the file named by KVR_SIMULATION when it is set,
-// else the USB HID devices of our protocol. Chosen afresh at each search;
-// each backend keeps its state for the process life.
+// else the devices of the device map and the USB HID devices of our
+// protocol. Chosen afresh at each search; each backend keeps its state for
+// the process life.
 DeviceBackend& SelectBackend(DeviceFamily family);
 
 // The simulated backend on its own, for tests of the library internals.

@@ -90,8 +90,7 @@ void HidBackend::CloseAll() {
     if (slot.device != nullptr) port_->close(slot.device);
     slot = Slot{};
   }
-  inputs_ = {};
-  open_.reset();
+  for (int c = 0; c < LatestInputs::kChannels; ++c) latest_.Clear(c);
 }
 
 void HidBackend::Rescan() {
@@ -114,7 +113,7 @@ void HidBackend::Rescan() {
     slot.device = found.device;
     slot.path = path;
     slot.marker = found.identity.marker;
-    open_.set(static_cast<std::size_t>(found.identity.channel));
+    latest_.Keep(found.identity.channel, {});
   }
 }
 
@@ -139,7 +138,7 @@ std::string HidBackend::Describe(int channel) const {
   return std::string(port_->name) + "\t" + slot.path;
 }
 
-void HidBackend::BeginReads() {
+void HidBackend::BeginReads(double waitMs) {
   if (!reader_.joinable()) {
     bool any = false;
     {
@@ -149,11 +148,7 @@ void HidBackend::BeginReads() {
     if (!any) return;
     StartReader();
   }
-  std::unique_lock lock(mutex_);
-  freshInput_.wait_for(lock, std::chrono::milliseconds(kWaitForInputMs), [this] { return fresh_; });
-  fresh_ = false;
-  taken_ = inputs_;
-  takenLive_ = open_;
+  latest_.Take(std::chrono::microseconds(static_cast<int64_t>(waitMs * 1000)), taken_, takenLive_);
 }
 
 bool HidBackend::Read(int channel, double /*nowMs*/, int32_t* out) {
@@ -189,8 +184,7 @@ void HidBackend::Close(int channel) {
   Slot& slot = slots_[static_cast<std::size_t>(channel)];
   if (slot.device != nullptr && port_ != nullptr) port_->close(slot.device);
   slot = Slot{};
-  inputs_[static_cast<std::size_t>(channel)] = {};
-  open_.reset(static_cast<std::size_t>(channel));
+  latest_.Clear(channel);
 }
 
 // ---- the reader ----
@@ -265,13 +259,7 @@ void HidBackend::ReaderLoop() {
       if (channel == kWakeTag) continue;
       fresh = TakeReport(static_cast<int>(channel), devices[channel]) || fresh;
     }
-    if (fresh) {
-      {
-        const std::lock_guard lock(mutex_);
-        fresh_ = true;
-      }
-      freshInput_.notify_one();
-    }
+    if (fresh) latest_.Announce();
     if (anyLost && SteadyMilliseconds() - lastLook_ >= kLookAgainMs) {
       LookForLost();
       lastLook_ = SteadyMilliseconds();
@@ -294,7 +282,7 @@ bool HidBackend::TakeReport(int channel, void* device) {
   if (bytes < 0) {
     slot.device = nullptr;
     slot.lost = true;
-    open_.reset(static_cast<std::size_t>(channel));
+    latest_.Lose(channel);
     const std::string path = slot.path;
     lock.unlock();
     port_->close(device);
@@ -307,7 +295,9 @@ bool HidBackend::TakeReport(int channel, void* device) {
   const std::size_t length = std::min(static_cast<std::size_t>(bytes), sizeof report);
   int32_t values[kProbeInputs] = {};
   if (hid::ReadInput(std::span<const uint8_t>(report, length), family_, values)) {
-    std::copy(values, values + kProbeInputs, inputs_[static_cast<std::size_t>(channel)].begin());
+    LatestInputs::Input input;
+    std::copy(values, values + kProbeInputs, input.begin());
+    latest_.Keep(channel, input);
     return true;
   }
   if (!slot.garbledSaid) {
@@ -341,7 +331,7 @@ void HidBackend::LookForLost() {
     slot.device = found.device;
     slot.path = path;
     slot.lost = false;
-    open_.set(static_cast<std::size_t>(found.identity.channel));
+    latest_.Revive(found.identity.channel);
     slot.garbledSaid = false;
     lock.unlock();
     watchChanged_ = true;

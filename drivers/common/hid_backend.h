@@ -2,7 +2,6 @@
 #include <array>
 #include <atomic>
 #include <bitset>
-#include <condition_variable>
 #include <mutex>
 #include <set>
 #include <string>
@@ -12,6 +11,7 @@
 #include "device_backend.h"
 #include "hid_port.h"
 #include "hid_protocol.h"
+#include "latest_inputs.h"
 #include "signal_source.h"
 
 namespace kvr {
@@ -30,7 +30,6 @@ namespace kvr {
 class HidBackend final : public DeviceBackend {
  public:
   using PortSource = const KvrHidPort* (*)(bool sayProblem);
-  static constexpr int kWaitForInputMs = 4;
   static constexpr double kLookAgainMs = 1000.0;
 
   HidBackend(DeviceFamily family, PortSource port);
@@ -42,7 +41,7 @@ class HidBackend final : public DeviceBackend {
   void Rescan() override;
   bool Present(int channel) const override;
   bool Prepared(int channel) const override;
-  void BeginReads() override;
+  void BeginReads(double waitMs) override;
   bool Read(int channel, double nowMs, int32_t* out) override;
   bool WriteSettings(int channel) override;
   void Close(int channel) override;
@@ -78,18 +77,15 @@ class HidBackend final : public DeviceBackend {
   const KvrHidPort* port_ = nullptr;
   int channels_;
 
-  mutable std::mutex mutex_;  // the slots and inputs, between the caller and the reader
+  mutable std::mutex mutex_;  // the slots, between the caller and the reader
   std::array<Slot, 16> slots_;
-  // Each device's newest input and which devices are open, apart from the
-  // slots: a pass copies these few cache lines from the reader's core.
-  std::array<std::array<int32_t, kProbeInputs>, 16> inputs_{};
-  std::bitset<16> open_;
-  std::condition_variable freshInput_;
-  bool fresh_ = false;
+  // Each device's newest input, apart from the slots: a pass copies these
+  // few cache lines from the reader's core.
+  LatestInputs latest_;
 
   // The input of the current pass, taken at BeginReads.
-  std::array<std::array<int32_t, kProbeInputs>, 16> taken_{};
-  std::bitset<16> takenLive_;
+  std::array<LatestInputs::Input, LatestInputs::kChannels> taken_{};
+  std::bitset<LatestInputs::kChannels> takenLive_;
 
   std::thread reader_;
   std::atomic<bool> stopReader_{false};

@@ -1,7 +1,5 @@
 #include "simulation_file.h"
 
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <charconv>
 #include <cstring>
@@ -10,6 +8,8 @@
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
+
+#include "line_words.h"
 
 namespace kvr {
 namespace {
@@ -23,76 +23,6 @@ constexpr double kDefaultPeriodMs = 2000.0;
 constexpr std::uintmax_t kLargestSimulationFile = std::uintmax_t{1} << 20;
 constexpr std::uintmax_t kLargestScript = std::uintmax_t{16} << 20;
 constexpr double kLongestPeriodMs = 3600000.0;  // an hour
-constexpr std::size_t kShownBytes = 40;         // of a word a message repeats
-
-// A fault in a line; the reader turns it into "file:line: what".
-struct LineFault : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-// A word as a message repeats it: cut where it grows long, on a character's start.
-std::string Shown(const std::string& word) {
-  if (word.size() <= kShownBytes) return word;
-  std::size_t cut = kShownBytes;
-  while (cut > 0 && (static_cast<unsigned char>(word[cut]) & 0xC0) == 0x80) --cut;
-  return word.substr(0, cut) + "...";
-}
-
-// The text of a plain file of at most `largest` bytes. A folder, a FIFO,
-// a device or a file too large is refused, with the reason in `why`.
-std::optional<std::string> ReadPlainFile(const std::string& path, std::uintmax_t largest,
-                                         std::string& why) {
-  struct stat status {};
-  if (::stat(path.c_str(), &status) != 0) {
-    why = "cannot be read (" + std::string(std::strerror(errno)) + ")";
-    return std::nullopt;
-  }
-  if (S_ISDIR(status.st_mode)) {
-    why = "is a folder, not a file";
-  } else if (!S_ISREG(status.st_mode)) {
-    why = "is not a plain file (a FIFO or a device?)";
-  } else if (static_cast<std::uintmax_t>(status.st_size) > largest) {
-    why = "is larger than " + std::to_string(largest >> 20) + " MB";
-  } else {
-    std::ifstream in(path, std::ios::binary);
-    std::string text(static_cast<std::size_t>(status.st_size), '\0');
-    in.read(text.data(), static_cast<std::streamsize>(text.size()));
-    if (in.gcount() == static_cast<std::streamsize>(text.size())) return text;
-    why = "cannot be read";
-  }
-  return std::nullopt;
-}
-
-std::vector<std::string> Words(const std::string& line) {
-  std::vector<std::string> words;
-  std::istringstream in(line.substr(0, line.find('#')));
-  for (std::string word; in >> word;) words.push_back(word);
-  return words;
-}
-
-std::int64_t Integer(const std::string& word, std::int64_t low, std::int64_t high,
-                     const char* what) {
-  std::int64_t value = 0;
-  int base = 10;
-  const char* first = word.data();
-  const char* last = word.data() + word.size();
-  if (word.size() > 2 && word[0] == '0' && (word[1] == 'x' || word[1] == 'X')) {
-    base = 16;
-    first += 2;
-  } else if (word.size() > 2 && word[0] == '0' && (word[1] == 'b' || word[1] == 'B')) {
-    base = 2;
-    first += 2;
-  }
-  const auto result = std::from_chars(first, last, value, base);
-  const bool whole = result.ptr == last &&
-                     (result.ec == std::errc() || result.ec == std::errc::result_out_of_range);
-  if (!whole) throw LineFault(std::string(what) + " '" + Shown(word) + "' is not a whole number");
-  if (result.ec == std::errc::result_out_of_range || value < low || value > high) {
-    throw LineFault(std::string(what) + " " + Shown(word) + " is outside " + std::to_string(low) +
-                    " to " + std::to_string(high));
-  }
-  return value;
-}
 
 double Milliseconds(const std::string& word, const char* what) {
   double value = 0.0;
@@ -106,24 +36,9 @@ double Milliseconds(const std::string& word, const char* what) {
   return value;
 }
 
-// The words of a source, after the source's name.
-class Arguments {
- public:
-  explicit Arguments(std::vector<std::string> words) : words_(std::move(words)) {}
-  bool Empty() const { return next_ >= words_.size(); }
-  std::size_t Left() const { return words_.size() - next_; }
-  const std::string& Take() { return words_.at(next_++); }
-  double MsOr(double fallback, const char* what) {
-    return Empty() ? fallback : Milliseconds(Take(), what);
-  }
-  void ExpectEnd() const {
-    if (!Empty()) throw LineFault("unexpected '" + Shown(words_[next_]) + "'");
-  }
-
- private:
-  std::vector<std::string> words_;
-  std::size_t next_ = 0;
-};
+double MsOr(Arguments& args, double fallback, const char* what) {
+  return args.Empty() ? fallback : Milliseconds(args.Take(), what);
+}
 
 std::uint64_t SeedOf(const std::string& text) {
   return std::hash<std::string>{}(text);
@@ -162,9 +77,9 @@ std::vector<Step> ReadScript(const std::filesystem::path& path, DeviceFamily fam
 std::unique_ptr<SignalSource> DigitalSource(const std::string& name, Arguments& args,
                                             const std::filesystem::path& folder,
                                             std::uint64_t seed) {
-  if (name == "counter") return MakeCounter(args.MsOr(kDefaultStepMs, "step"));
-  if (name == "walk") return MakeWalkingBit(args.MsOr(kDefaultStepMs, "step"));
-  if (name == "random") return MakeRandomBits(args.MsOr(kDefaultStepMs, "step"), seed);
+  if (name == "counter") return MakeCounter(MsOr(args, kDefaultStepMs, "step"));
+  if (name == "walk") return MakeWalkingBit(MsOr(args, kDefaultStepMs, "step"));
+  if (name == "random") return MakeRandomBits(MsOr(args, kDefaultStepMs, "step"), seed);
   if (name == "square") {
     if (args.Empty() || args.Left() > 8) throw LineFault("square takes 1 to 8 periods");
     std::vector<double> periods;
@@ -186,8 +101,8 @@ std::unique_ptr<SignalSource> DigitalSource(const std::string& name, Arguments& 
 std::unique_ptr<SignalSource> AnalogSource(const std::string& name, Arguments& args,
                                            const std::filesystem::path& folder,
                                            std::uint64_t seed) {
-  if (name == "sine") return MakeSine(args.MsOr(kDefaultPeriodMs, "period"));
-  if (name == "ramp") return MakeRamp(args.MsOr(kDefaultPeriodMs, "period"));
+  if (name == "sine") return MakeSine(MsOr(args, kDefaultPeriodMs, "period"));
+  if (name == "ramp") return MakeRamp(MsOr(args, kDefaultPeriodMs, "period"));
   if (name == "noise") {
     const auto centre = args.Empty() ? 2048 : Integer(args.Take(), 0, kAnalogFullScale, "centre");
     const auto spread = args.Empty() ? 200 : Integer(args.Take(), 0, kAnalogFullScale, "spread");
@@ -207,14 +122,6 @@ std::unique_ptr<SignalSource> AnalogSource(const std::string& name, Arguments& a
   }
   throw LineFault("unknown probe source '" + Shown(name) +
                   "' (sine, ramp, noise, constant, script)");
-}
-
-// A line's words with single blanks between them: the module it stands for,
-// whatever its spacing and comment.
-std::string Joined(const std::vector<std::string>& words) {
-  std::string text;
-  for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
-  return text;
 }
 
 // Splits the options off the end of a device line: "vanish-after N" and

@@ -76,7 +76,7 @@ KVR_EXPORT int16_t recive_USBIO(int32_t* DeviceHandle, int32_t* HidCh, int32_t m
                                 int32_t* usbio_bit_reverse, int32_t* usbio_bit_turn) {
   const int channels = kvr::ChannelCount(max_device, kvr::kUsbIoChannels);
   kvr::DeviceBackend& backend = Backend();
-  backend.BeginReads();
+  backend.BeginReads(kvr::kLongestWaitForInputMs);
   const double now = kvr::CoarseMilliseconds();
   int16_t read = 0;
   for (int c = 0; c < channels; ++c) {

@@ -43,7 +43,7 @@ KVR_EXPORT int32_t recive_USBProbe(int32_t* DeviceHandle, int32_t* HidCh, int32_
   const int probes = kvr::ChannelCount(max_device, kProbeChannels);
   const int inputs = InputCount(max_input);
   kvr::DeviceBackend& backend = Backend();
-  backend.BeginReads();
+  backend.BeginReads(kvr::kLongestWaitForInputMs);
   const double now = kvr::CoarseMilliseconds();
   int32_t read = 0;
   for (int d = 0; d < probes; ++d) {
