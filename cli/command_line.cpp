@@ -174,9 +174,13 @@ CommandLine ParseCommandLine(const std::vector<std::string>& words) {
   AddFormatOption(*recover, line.recover.format,
                   "計測の設定にかかわらず csv か xls で書き出します (書き出せない保存形式の行に)");
 
-  CLI::App* devices = app.add_subcommand(
-      "devices",
-      "デバイスライブラリが見つけた USB-IO とプローブを一覧します (方式、Ch、種類、準備、場所)");
+  CLI::App* devices =
+      app.add_subcommand("devices",
+                         "デバイスライブラリが見つけた USB-IO とプローブを一覧します "
+                         "(方式、Ch、種類、準備、場所、状態)");
+  devices->add_flag(
+      "--check", line.checkDevices,
+      "デバイスマップの各行に一度問い合わせ、応答しない行があれば状態 1 で終わります");
 
   for (CLI::App* command : {monitor, record, settings, recover, devices}) {
     command->group("コマンド");

@@ -20,6 +20,7 @@ struct CommandLine {
   RunOptions run;
   SettingsOptions settings;
   RecoverOptions recover;
+  bool checkDevices = false;  // devices --check
   // Set when reading the line ended the program: 0 after --help, 2 after a
   // mistake; `output` is then what to print (stdout for 0, stderr for 2).
   std::optional<int> exitStatus;

@@ -14,6 +14,11 @@ struct FoundDevice {
   bool probe = false;
   bool prepared = false;  // a module the sampling run uses; every probe is
   std::string path;
+  // A device of the device map: "ok", "waiting", or "lost: why"; empty
+  // for the others, whose state is their presence.
+  std::string state;
+
+  bool Answers() const { return state.empty() || state == "ok"; }
 };
 
 // Every module (prepared or not) and every probe the libraries find now.
@@ -23,6 +28,7 @@ std::vector<FoundDevice> FindDevices(const UsbIoEntryPoints& usbIo,
 void PrintDevices(const std::vector<FoundDevice>& devices, std::ostream& out);
 
 // tavelin-cli devices: what stands at the bench, for a user wiring it.
-int RunDevices(const std::string& programFolder);
+// With `check`, ends with status 1 when a device of the map does not answer.
+int RunDevices(const std::string& programFolder, bool check = false);
 
 }  // namespace tavelin::cli

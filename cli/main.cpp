@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
     if (line.command == "monitor") return RunMonitor(line.run, folder);
     if (line.command == "record") return RunRecord(line.run, folder);
     if (line.command == "recover") return RunRecover(line.recover, folder);
-    if (line.command == "devices") return RunDevices(folder);
+    if (line.command == "devices") return RunDevices(folder, line.checkDevices);
     return RunSettings(line.settings, folder);
   } catch (const std::exception& error) {
     std::cerr << "tavelin-cli: " << error.what() << "\n";

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <sstream>
 
 #include "common/device_map.h"
 #include "common/latest_inputs.h"
@@ -95,8 +96,13 @@ class MappedBackend final : public DeviceBackend {
  public:
   explicit MappedBackend(DeviceFamily family) : family_(family) {}
 
+  // The faults of a map are said once, not again at each search while the
+  // map stays as it is.
   void Rescan() override {
-    const DeviceMap map = ReadDeviceMap(DeviceMapPath(), family_, std::cerr);
+    std::ostringstream faults;
+    const DeviceMap map = ReadDeviceMap(DeviceMapPath(), family_, faults);
+    if (faults.str() != saidFaults_) std::cerr << faults.str();
+    saidFaults_ = faults.str();
     devices_ = {};
     std::vector<MappedDevice> mine;
     for (const MappedDevice& device : map.devices) {
@@ -159,6 +165,7 @@ class MappedBackend final : public DeviceBackend {
   std::array<std::optional<MappedDevice>, LatestInputs::kChannels> devices_;
   std::array<LatestInputs::Input, LatestInputs::kChannels> taken_{};
   std::bitset<LatestInputs::kChannels> live_;
+  std::string saidFaults_;
 };
 
 }  // namespace

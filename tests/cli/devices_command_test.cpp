@@ -6,7 +6,10 @@
 #include <sstream>
 
 #include "support/fake_hid.h"
+#include "support/modbus_server.h"
 #include "support/program_folder.h"
+#include "support/scoped_environment.h"
+#include "support/simulation.h"
 
 namespace tavelin::cli {
 namespace {
@@ -35,6 +38,40 @@ TEST(DevicesCommand, ListsModulesPreparedOrNotAndProbesWithTheirBackendAndPath) 
   EXPECT_EQ(third, "fake hid  7   プローブ  -     /fake/probe");
   EXPECT_NE(hint.find("マイコン設定書込"), std::string::npos) << listed;
   EXPECT_EQ(hid.OpenHandles(), 0) << "the listing leaves nothing open";
+}
+
+TEST(DevicesCommand, ShowsWhetherEachDeviceOfTheMapAnswersAndCheckFailsWhenOneDoesNot) {
+  test::FakeHid hid;
+  hid.Module("/fake/prepared", 3);
+  test::ModbusServer server;
+  test::TempFolder folder;
+  const std::string at = " modbus-tcp " + server.Place() + " unit ";
+  const test::ScopedEnvironment map("KVR_DEVICES",
+                                    folder
+                                        .Write("devices.conf", "usbio 0" + at +
+                                                                   "1 discrete 0\n"
+                                                                   "usbio 1" +
+                                                                   at + "7 discrete 0\n")
+                                        .string());
+  test::ProgramFolder program;
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(RunDevices(program.Path()), 0);
+  EXPECT_EQ(RunDevices(program.Path(), true), 1);
+  testing::internal::GetCapturedStderr();
+  std::istringstream lines(testing::internal::GetCapturedStdout());
+  std::string heading, first, second, third;
+  std::getline(lines, heading);
+  std::getline(lines, first);
+  std::getline(lines, second);
+  std::getline(lines, third);
+  const std::string place = server.Place() + " unit 1 discrete 0";
+  EXPECT_EQ(heading, std::string("方式        Ch  種類      準備  場所") +
+                         std::string(place.size() + 2 - 4, ' ') + "状態");
+  EXPECT_EQ(first, "modbus-tcp  0   USB-IO    済    " + place + "  応答あり");
+  EXPECT_EQ(second, "modbus-tcp  1   USB-IO    済    " + server.Place() +
+                        " unit 7 discrete 0  応答なし (Target device failed to respond)");
+  EXPECT_EQ(third, "fake hid    3   USB-IO    済    /fake/prepared") << "no state of its own";
 }
 
 TEST(DevicesCommand, SaysSoWhenThereIsNothingAndWhenALibraryIsMissing) {

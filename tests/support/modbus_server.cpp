@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <pthread.h>
 #include <pty.h>
 #include <sys/select.h>
 #include <sys/socket.h>
@@ -9,6 +10,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <ctime>
 #include <stdexcept>
 #include <vector>
 
@@ -56,6 +58,16 @@ void ModbusServer::SetInputRegister(int address, uint16_t value) {
 void ModbusServer::SetHoldingRegister(int address, uint16_t value) {
   const std::lock_guard lock(mutex_);
   mapping_->tab_registers[address] = value;
+}
+
+double ModbusServer::CpuSeconds() const {
+  clockid_t clock{};
+  timespec used{};
+  if (pthread_getcpuclockid(const_cast<std::thread&>(thread_).native_handle(), &clock) != 0 ||
+      clock_gettime(clock, &used) != 0) {
+    return 0.0;
+  }
+  return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
 }
 
 void ModbusServer::Start() {

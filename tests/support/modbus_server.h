@@ -35,6 +35,8 @@ class ModbusServer {
   void Stop();
   void Start();
   int Requests() const { return requests_; }
+  // Processor time the server's thread has used.
+  double CpuSeconds() const;
 
  private:
   void Serve();
