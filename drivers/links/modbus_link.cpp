@@ -164,7 +164,11 @@ class ModbusLink final : public Link {
     LatestInputs::Input input{};
     const int offset = d.address - block.address;
     if (d.ReadsBits()) {
-      for (int i = 0; i < 8; ++i) input[0] |= (bits_[offset + i] != 0 ? 1 : 0) << i;
+      int32_t byte = 0;
+      for (int i = 0; i < 8; ++i) {
+        if (bits_[offset + i] != 0) byte |= 1 << i;
+      }
+      input[0] = byte;
     } else if (d.family == DeviceFamily::UsbIo) {
       input[0] = (registers_[offset] >> d.bit) & 0xFF;
     } else {
