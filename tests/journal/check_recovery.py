@@ -142,8 +142,10 @@ def killed_after_rename(cli, simulation):
             recover(cli, environment)
             check(logs_in(folder) == logs,
                   "%s killed after rename: recovery wrote %r again" % (log_format, logs_in(folder)))
+            # A second at 10 ms makes about 100 rows; a loaded machine (tests run
+            # two at a time, under gdb) fewer: the file must hold the run, not a stub.
             rows = rows_of(logs[0]) if logs else []
-            check(len(rows) >= 90, "%s killed after rename: %d rows" % (log_format, len(rows)))
+            check(len(rows) >= 50, "%s killed after rename: %d rows" % (log_format, len(rows)))
 
 
 def stop_requests(cli, simulation):
