@@ -1,0 +1,78 @@
+// The pyramid's extremes against a plain walk over the samples, for random
+// data and random spans, and a one-sample pulse seen at every zoom.
+#include "trend/min_max_pyramid.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "trend/trend_traces.h"
+
+namespace tavelin {
+namespace {
+
+TEST(MinMaxPyramid, AnySpanHasTheExtremesOfItsSamples) {
+  std::mt19937 random(7);
+  std::uniform_real_distribution<float> value(-1000.0f, 1000.0f);
+  MinMaxPyramid pyramid;
+  std::vector<float> samples;
+  for (int i = 0; i < 40000; ++i) {
+    samples.push_back(value(random));
+    pyramid.Append(samples.back());
+  }
+  EXPECT_EQ(pyramid.Levels(), 5u);  // 8, 64, 512, 4096, 32768
+  std::uniform_int_distribution<std::size_t> at(0, samples.size());
+  for (int i = 0; i < 2000; ++i) {
+    std::size_t first = at(random), last = at(random);
+    if (first > last) std::swap(first, last);
+    const auto e = pyramid.Over(first, last);
+    ASSERT_EQ(e.any, first < last);
+    if (!e.any) continue;
+    const auto [lo, hi] = std::minmax_element(samples.begin() + static_cast<long>(first),
+                                              samples.begin() + static_cast<long>(last));
+    ASSERT_EQ(e.min, *lo) << first << ".." << last;
+    ASSERT_EQ(e.max, *hi) << first << ".." << last;
+  }
+  EXPECT_FALSE(pyramid.Over(10, 10).any);
+  EXPECT_EQ(pyramid.Over(39990, 99999).max, *std::max_element(samples.end() - 10, samples.end()))
+      << "a span past the end stops at the last sample";
+}
+
+TEST(MinMaxPyramid, APulseOfOneSampleShowsInEveryColumnThatHoldsIt) {
+  MinMaxPyramid pyramid;
+  const std::size_t pulse = 123457;
+  for (std::size_t i = 0; i < 300000; ++i) pyramid.Append(i == pulse ? 1.0f : 0.0f);
+  for (std::size_t columns : {1u, 7u, 100u, 1600u, 100000u}) {
+    const std::size_t width = (pyramid.Size() + columns - 1) / columns;
+    const std::size_t column = pulse / width;
+    EXPECT_EQ(pyramid.Over(column * width, (column + 1) * width).max, 1.0f) << columns;
+    EXPECT_EQ(pyramid.Over((column + 1) * width, (column + 2) * width).max, 0.0f) << columns;
+  }
+}
+
+// Columns by time: samples at an uneven pace, a gap without samples, and
+// the cursor's value, the last sample at or before it.
+TEST(TrendTraces, ColumnsHoldTheSamplesWhoseTimeFallsInThem) {
+  TrendTraces traces;
+  traces.SetLabels({"a", "b"});
+  for (int ms = 0; ms < 1000; ++ms) traces.Append(ms, {ms == 500 ? 9.0f : 1.0f, float(ms)});
+  traces.Append(3000, {2.0f, 3000.0f});                // a gap of two seconds
+  const auto columns = traces.Columns(0, 0, 4000, 8);  // 500 ms a column
+  ASSERT_EQ(columns.size(), 8u);
+  EXPECT_EQ(columns[0].max, 1.0f);
+  EXPECT_EQ(columns[1].max, 9.0f) << "the pulse at 500 ms";
+  EXPECT_FALSE(columns[2].any);
+  EXPECT_EQ(columns[6].min, 2.0f);
+  const auto b = traces.Columns(1, 250, 750, 2);
+  EXPECT_EQ(b[0].min, 250.0f);
+  EXPECT_EQ(b[1].max, 749.0f);
+  float value = 0.0f;
+  ASSERT_TRUE(traces.ValueAt(1, 2999.5, value));
+  EXPECT_EQ(value, 999.0f);
+  EXPECT_FALSE(traces.ValueAt(1, -1, value));
+  EXPECT_THROW(traces.Append(4000, {1.0f}), std::invalid_argument);
+}
+
+}  // namespace
+}  // namespace tavelin

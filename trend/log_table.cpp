@@ -1,0 +1,274 @@
+#include "trend/log_table.h"
+
+#include <freexl.h>
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include "platform/code_page.h"
+
+namespace tavelin {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kNotOurs = "タヴェリンのログではありません (時間の見出しがありません)";
+
+std::string Trimmed(const std::string& text) {
+  const auto first = text.find_first_not_of(" \t\r");
+  if (first == std::string::npos) return "";
+  return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
+}
+
+std::vector<std::string> Cells(const std::string& line) {
+  std::vector<std::string> cells;
+  std::string cell;
+  std::istringstream in(line);
+  while (std::getline(in, cell, ',')) cells.push_back(Trimmed(cell));
+  if (!line.empty() && line.back() == ',') cells.emplace_back();
+  return cells;
+}
+
+bool Number(const std::string& text, double& value) {
+  const char* end = text.data() + text.size();
+  const auto result = std::from_chars(text.data(), end, value);
+  return result.ec == std::errc() && result.ptr == end;
+}
+
+// The channel groups over the columns, filled forward ("0Ch", "", "" ...).
+std::vector<std::string> FilledForward(std::vector<std::string> groups, std::size_t size) {
+  groups.resize(size);
+  for (std::size_t i = 1; i < size; ++i) {
+    if (groups[i].empty()) groups[i] = groups[i - 1];
+  }
+  return groups;
+}
+
+void Label(LogTable& table, const std::vector<std::string>& groups,
+           const std::vector<std::string>& names) {
+  for (std::size_t c = 1; c < names.size(); ++c) {
+    const std::string& group = c < groups.size() ? groups[c] : "";
+    table.labels.push_back(group.empty() ? names[c] : group + " " + names[c]);
+  }
+  table.columns.assign(table.labels.size(), {});
+}
+
+// A row of numbers under the headings; false, with the reason, for one
+// that is not.
+bool TakeRow(LogTable& table, const std::vector<double>& row) {
+  if (row.size() != table.labels.size() + 1) return false;
+  table.times.push_back(row[0]);
+  for (std::size_t c = 1; c < row.size(); ++c)
+    table.columns[c - 1].push_back(static_cast<float>(row[c]));
+  return true;
+}
+
+LogTable ReadCsv(const std::string& path) {
+  LogTable table;
+  std::ifstream in(path, std::ios::binary);
+  if (!in) {
+    table.problem = "開けません";
+    return table;
+  }
+  std::vector<std::string> lines;
+  std::map<std::string, std::string> comments;  // "ch3" -> its comment (value layouts)
+  std::vector<std::string> groups;
+  bool headed = false;
+  int number = 0;
+  for (std::string raw; std::getline(in, raw);) {
+    ++number;
+    const std::string line = FromCodePage(raw);
+    if (!headed) {
+      std::vector<std::string> cells = Cells(line);
+      if (!cells.empty() && cells[0].rfind("時間[ms]", 0) == 0) {
+        while (cells.size() > 1 && cells.back().empty()) cells.pop_back();
+        headed = true;
+        for (std::size_t c = 1; c < cells.size(); ++c) {
+          std::string key = cells[c];  // "ch0", or "Ch0-1" of a probe
+          std::transform(key.begin(), key.end(), key.begin(), ::tolower);
+          key = key.substr(0, key.find('-'));
+          if (const auto at = comments.find(key); at != comments.end()) {
+            if (groups.size() <= c) groups.resize(c + 1);
+            groups[c] = at->second;
+          }
+        }
+        Label(table, groups, cells);
+        continue;
+      }
+      if (const std::size_t colon = line.find(" ："); colon != std::string::npos) {
+        comments[Trimmed(line.substr(0, colon))] =
+            Trimmed(line.substr(colon + std::string(" ：").size()));
+      } else if (!cells.empty() && cells[0].empty() && cells.size() > 1) {
+        groups = FilledForward(cells, cells.size());  // the bit layout's channel row
+      }
+      continue;
+    }
+    std::vector<double> row;
+    for (const std::string& cell : Cells(line)) {
+      double value = 0.0;
+      if (cell.empty()) continue;  // the bit layout ends its rows with a comma
+      if (!Number(cell, value)) {
+        row.clear();
+        break;
+      }
+      row.push_back(value);
+    }
+    if (row.empty() && Trimmed(line).empty()) continue;
+    if (!TakeRow(table, row)) {
+      table.problem = "行 " + std::to_string(number) + " が読めません (ここまでを表示します)";
+      return table;
+    }
+  }
+  if (!headed) table.problem = kNotOurs;
+  return table;
+}
+
+// The workbook layout: the channel row 6, the headings row 7, rows of
+// numbers from row 8 (counted from 1).
+constexpr unsigned kGroupRow = 5;
+constexpr unsigned kHeadingRow = 6;
+
+std::string TextOf(const FreeXL_CellValue& cell) {
+  if (cell.type == FREEXL_CELL_TEXT || cell.type == FREEXL_CELL_SST_TEXT)
+    return cell.value.text_value;
+  return "";
+}
+
+LogTable ReadXls(const std::string& path) {
+  LogTable table;
+  const void* book = nullptr;
+  if (freexl_open(path.c_str(), &book) != FREEXL_OK) {
+    if (book != nullptr) freexl_close(book);
+    table.problem = "ブックとして読めません (壊れているか、Excel 97-2003 形式ではありません)";
+    return table;
+  }
+  unsigned rows = 0;
+  unsigned short columns = 0;
+  if (freexl_select_active_worksheet(book, 0) != FREEXL_OK ||
+      freexl_worksheet_dimensions(book, &rows, &columns) != FREEXL_OK || rows <= kHeadingRow) {
+    freexl_close(book);
+    table.problem = kNotOurs;
+    return table;
+  }
+  const auto cell = [&](unsigned r, unsigned short c) {
+    FreeXL_CellValue value{};
+    if (freexl_get_cell_value(book, r, c, &value) != FREEXL_OK) value.type = FREEXL_CELL_NULL;
+    return value;
+  };
+  std::vector<std::string> groups, names;
+  for (unsigned short c = 0; c < columns; ++c) {
+    groups.push_back(TextOf(cell(kGroupRow, c)));
+    names.push_back(TextOf(cell(kHeadingRow, c)));
+  }
+  while (!names.empty() && names.back().empty()) names.pop_back();
+  if (names.empty() || names[0].find("時間") == std::string::npos) {
+    freexl_close(book);
+    table.problem = kNotOurs;
+    return table;
+  }
+  Label(table, FilledForward(groups, names.size()), names);
+  for (unsigned r = kHeadingRow + 1; r < rows; ++r) {
+    std::vector<double> row;
+    for (unsigned short c = 0; c < names.size(); ++c) {
+      const FreeXL_CellValue value = cell(r, c);
+      if (value.type == FREEXL_CELL_DOUBLE) {
+        row.push_back(value.value.double_value);
+      } else if (value.type == FREEXL_CELL_INT) {
+        row.push_back(value.value.int_value);
+      } else {
+        break;
+      }
+    }
+    if (row.empty()) break;  // past the last row
+    if (!TakeRow(table, row)) {
+      table.problem = "行 " + std::to_string(r + 1) + " が読めません (ここまでを表示します)";
+      break;
+    }
+  }
+  freexl_close(book);
+  return table;
+}
+
+bool EndsWith(const std::string& text, const std::string& end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+// "SD26112422-", 7, ".xls" of "SD26112422-007.xls"; false for another name.
+bool NumberedName(const std::string& name, std::string& stem, int& number, std::string& extension) {
+  const std::size_t dash = name.rfind('-');
+  const std::size_t dot = name.rfind('.');
+  if (dash == std::string::npos || dot == std::string::npos || dot < dash + 2) return false;
+  const std::string digits = name.substr(dash + 1, dot - dash - 1);
+  const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  if (result.ec != std::errc() || result.ptr != digits.data() + digits.size()) return false;
+  stem = name.substr(0, dash + 1);
+  extension = name.substr(dot);
+  return true;
+}
+
+fs::path Neighbour(const fs::path& path, const std::string& stem, int number,
+                   const std::string& extension) {
+  char digits[16];
+  std::snprintf(digits, sizeof digits, "%03d", number);
+  return path.parent_path() / (stem + digits + extension);
+}
+
+// `next` goes on from `table`: the same traces and a clock that goes on.
+bool GoesOn(const LogTable& table, const LogTable& next) {
+  return next.problem.empty() && next.labels == table.labels && !table.times.empty() &&
+         !next.times.empty() && next.times.front() >= table.times.back();
+}
+
+void Append(LogTable& table, const LogTable& next) {
+  table.times.insert(table.times.end(), next.times.begin(), next.times.end());
+  for (std::size_t c = 0; c < table.columns.size(); ++c) {
+    table.columns[c].insert(table.columns[c].end(), next.columns[c].begin(), next.columns[c].end());
+  }
+}
+
+}  // namespace
+
+LogTable ReadLogFile(const std::string& path) {
+  std::string lower = path;
+  std::transform(lower.begin(), lower.end(), lower.begin(), ::tolower);
+  return EndsWith(lower, ".xls") ? ReadXls(path) : ReadCsv(path);
+}
+
+LogTable ReadLogRun(const std::string& path, std::vector<std::string>* files) {
+  LogTable table = ReadLogFile(path);
+  if (files != nullptr) *files = {path};
+  std::string stem, extension;
+  int number = 0;
+  if (!table.problem.empty() ||
+      !NumberedName(fs::path(path).filename().string(), stem, number, extension)) {
+    return table;
+  }
+  // Back to the run's first file, then on to its last.
+  int first = number;
+  LogTable head = table;
+  while (first > 1) {
+    const fs::path before = Neighbour(path, stem, first - 1, extension);
+    if (!fs::exists(before)) break;
+    LogTable earlier = ReadLogFile(before.string());
+    if (!GoesOn(earlier, head)) break;
+    head = std::move(earlier);
+    --first;
+  }
+  LogTable run = ReadLogFile(Neighbour(path, stem, first, extension).string());
+  if (files != nullptr) *files = {Neighbour(path, stem, first, extension).string()};
+  for (int n = first + 1;; ++n) {
+    const fs::path after = Neighbour(path, stem, n, extension);
+    if (!fs::exists(after)) break;
+    const LogTable next = ReadLogFile(after.string());
+    if (!GoesOn(run, next)) break;
+    Append(run, next);
+    if (files != nullptr) files->push_back(after.string());
+  }
+  return run;
+}
+
+}  // namespace tavelin

@@ -1,0 +1,48 @@
+#pragma once
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "trend/log_table.h"
+#include "trend/min_max_pyramid.h"
+
+namespace tavelin {
+
+// The traces of one run on a shared time axis, live or read from its logs:
+// what the trend window draws, computed without a window.
+class TrendTraces {
+ public:
+  TrendTraces() = default;
+  explicit TrendTraces(const LogTable& table);
+
+  // Names the traces; a run's first sample comes after.
+  void SetLabels(std::vector<std::string> labels);
+  // One sample of every trace, in the order of the labels, at `timeMs`
+  // (not before the last one's).
+  void Append(double timeMs, const std::vector<float>& values);
+
+  const std::vector<std::string>& Labels() const { return labels_; }
+  std::size_t Samples() const { return times_.size(); }
+  double FirstMs() const { return times_.empty() ? 0.0 : times_.front(); }
+  double LastMs() const { return times_.empty() ? 0.0 : times_.back(); }
+
+  // Per pixel column of `width` over [fromMs, toMs): the true minimum and
+  // maximum of the trace's samples whose time falls in the column; a column
+  // without a sample holds none.
+  std::vector<MinMaxPyramid::Extremes> Columns(std::size_t trace, double fromMs, double toMs,
+                                               int width) const;
+  // The trace's value at `timeMs`: the last sample at or before it.
+  bool ValueAt(std::size_t trace, double timeMs, float& value) const;
+  // The extremes of a whole trace, for its vertical scale.
+  MinMaxPyramid::Extremes Range(std::size_t trace) const;
+  std::size_t MemoryBytes() const;
+
+ private:
+  std::size_t IndexAt(double timeMs) const;  // the first sample at or after
+
+  std::vector<std::string> labels_;
+  std::vector<double> times_;
+  std::vector<MinMaxPyramid> traces_;
+};
+
+}  // namespace tavelin
