@@ -40,7 +40,9 @@ Form1::Form1(BootEnvironment environment) : environment_(std::move(environment))
   device.Param_ALL_Clear();
 }
 
-Form1::~Form1() = default;
+Form1::~Form1() {
+  delete trend_.data();  // before the engine whose samples it reads
+}
 
 bool Form1::BootRoutine() {
   device.Param_ALL_Clear();
@@ -302,6 +304,16 @@ FormFrashWrite* Form1::TheFormFrashWrite() const {
 
 void Form1::ShowHelp(int32_t kind) {
   HelpWizard::Show_Help(TheFormHelp(), kind);
+}
+
+void Form1::ShowTrend() {
+  if (!trend_) {
+    trend_ = new TrendWindow(&device, &USB_Probe, &TheFormBG().Sample_Tap);
+    trend_->setAttribute(Qt::WA_DeleteOnClose);
+  }
+  trend_->show();
+  trend_->raise();
+  trend_->activateWindow();
 }
 
 void Form1::HideHelp() {

@@ -13,6 +13,7 @@
 #include "sampling/FormBG.h"
 #include "settings/settings_kept_aside.h"
 #include "state/ELM327_Info.h"
+#include "trendview/trend_window.h"
 #include "views/message_boxes.h"
 #include "views/qt_event_pump.h"
 #include "views/view_host.h"
@@ -69,6 +70,7 @@ class Form1 final : public ViewHost {
   ViewFrame& ViewOfMode(int32_t mode) override { return View(mode); }
   void ShowHelp(int32_t kind) override;
   void HideHelp() override;
+  void ShowTrend() override;
   void KeepSettings() override;
 
   // The dialog of a Tool menu entry while it is open, else null.
@@ -117,6 +119,7 @@ class Form1 final : public ViewHost {
   std::unique_ptr<Form2> form2_;
   std::unique_ptr<FormVersion> formVersion_;
   std::unique_ptr<FormHelp> formHelp_;
+  QPointer<TrendWindow> trend_;  // deletes itself when closed
   std::array<std::unique_ptr<ViewFrame>, 4> views_;
   // The view each dialog belongs to: tied at a view's load, kept while the
   // dialog comes and goes.

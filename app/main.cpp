@@ -1,5 +1,7 @@
 // tavelin: the desktop program.
 #include <QApplication>
+#include <QFileInfo>
+#include <QGuiApplication>
 #include <QIcon>
 #include <QMessageBox>
 #include <QTimer>
@@ -7,12 +9,16 @@
 #include <cstring>
 #include <functional>
 #include <iostream>
+#include <string>
+#include <vector>
 
 #include "app/Form1.h"
 #include "app/instance_lock.h"
 #include "app/raise_requests.h"
 #include "app/stop_requests.h"
 #include "platform/program_folder.h"
+#include "trendview/plot_command.h"
+#include "trendview/trend_window.h"
 #include "views/application_look.h"
 #include "views/design_units.h"
 #include "views/message_boxes.h"
@@ -70,11 +76,25 @@ int main(int argc, char** argv) {
       return 0;
     }
   }
+  if (tavelin::AsksForPlot(argc, argv)) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");  // no display needed, none touched
+    QGuiApplication app(argc, argv);
+    return tavelin::RunPlot(std::vector<std::string>(argv + 1, argv + argc));
+  }
   TavelinApplication app(argc, argv);
   app.setQuitOnLastWindowClosed(false);
   // The desktop entry's name: the window manager finds the icon by it.
   app.setDesktopFileName(QStringLiteral("jp.example.tavelin.Tavelin"));
   tavelin::UseProgramLook(app);
+
+  if (argc > 1 && argv[1][0] != '-') {
+    // A log named: its trend alone, beside a bench that may be running.
+    tavelin::TrendWindow trend(nullptr, nullptr, nullptr);
+    trend.OpenLog(QString::fromLocal8Bit(argv[1]));
+    trend.show();
+    app.setQuitOnLastWindowClosed(true);
+    return app.exec();
+  }
 
   const std::string folder = tavelin::ProgramFolder();
   const std::string writable = tavelin::WritableFolder(folder);

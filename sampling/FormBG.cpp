@@ -130,6 +130,7 @@ void FormBG::start_timer() {
   PrepareRunLog();
   View().TB_Status(RunStatusText(Device()));
   RunStartTime = kvr100_.kv_timeGetTime();
+  Sample_Tap.StartRun(Device().t_ViewCh);
   switch (Device().t_ViewCh) {
     case 1:
     case 2:
@@ -175,6 +176,7 @@ void FormBG::SamplingLoop(Side side) {
     while (View().RxFlag == 1) {
       const double now = kvr100_.kv_timeGetTime();
       ReadDevices(side);
+      Sample_Tap.Offer(now - RunStartTime, UsbIo(), side == Side::Analog ? USB_Probe : nullptr);
       if (Device().t_LogSave_Enable == 1) {
         LogStep(now, side);
         Excel_DB.CollectFinishedFiles();

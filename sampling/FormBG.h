@@ -10,6 +10,7 @@
 #include "logging/log_environment.h"
 #include "logging/run_journal.h"
 #include "sampling/event_pump.h"
+#include "sampling/sample_tap.h"
 #include "sampling/sampling_view.h"
 #include "state/ELM327_Info.h"
 
@@ -51,6 +52,8 @@ class FormBG {
 
   // The log of the run.
   Excel_OutputDB Excel_DB;
+  // Samples for a consumer at its own pace (the trend window).
+  SampleTap Sample_Tap;
   std::string FileName_Date;
   std::string FileName_No;
   std::string FolderName;

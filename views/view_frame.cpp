@@ -106,6 +106,8 @@ void ViewFrame::BuildMenus() {
     QObject::connect(menu_opt_write_usbio, &QAction::triggered,
                      [this] { host_.ShowDialog(ViewDialog::DeviceWriter, *this); });
   }
+  menu_tool_trend = menu_tool->addAction(QStringLiteral("トレンド表示"));
+  QObject::connect(menu_tool_trend, &QAction::triggered, [this] { host_.ShowTrend(); });
 
   menu_help = menuBar()->addMenu(QStringLiteral("ヘルプ(&H)"));
   menu_help_version = menu_help->addAction(QStringLiteral("バージョン情報(&A)"));

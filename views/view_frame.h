@@ -70,6 +70,7 @@ class ViewFrame : public QMainWindow, public SamplingView {
   QAction* menu_opt_function1;
   QAction* menu_opt_search;
   QAction* menu_opt_write_usbio;  // digital views only
+  QAction* menu_tool_trend = nullptr;
   QAction* menu_help_version;
   // The two buttons from the keyboard: 接続 F5, 切断 Esc or F6. Their menu
   // stays usable during a run, unlike the three above.

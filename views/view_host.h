@@ -35,6 +35,8 @@ class ViewHost {
   // Help text `kind` (1 to 3) in the one help window, or the window hidden.
   virtual void ShowHelp(int32_t kind) = 0;
   virtual void HideHelp() = 0;
+  // The trend window, live on the engine's samples; opened once, raised after.
+  virtual void ShowTrend() = 0;
   // The settings in memory may have changed (a dialog closed, a run began
   // or ended): kept aside, so that a crash does not lose them.
   virtual void KeepSettings() = 0;

@@ -1,0 +1,240 @@
+#include "trendview/trend_plot.h"
+
+#include <QMouseEvent>
+#include <QPainter>
+#include <QWheelEvent>
+#include <algorithm>
+#include <cmath>
+
+namespace tavelin {
+namespace {
+
+constexpr int kLabelWidth = 150;  // the traces' names, left of the lanes
+constexpr int kAxisHeight = 22;
+constexpr double kShortestSpanMs = 1.0;
+constexpr double kZoomStep = 1.25;  // a notch of the wheel
+
+// A round step of the time axis near a tenth of the span.
+double AxisStep(double spanMs) {
+  const double rough = spanMs / 8.0;
+  const double power = std::pow(10.0, std::floor(std::log10(rough)));
+  for (const double factor : {1.0, 2.0, 5.0, 10.0}) {
+    if (power * factor >= rough) return power * factor;
+  }
+  return power * 10.0;
+}
+
+QString TimeText(double ms, double step) {
+  if (step >= 1000.0) return QString::number(ms / 1000.0, 'f', step >= 10000.0 ? 0 : 1) + " s";
+  return QString::number(ms, 'f', step >= 1.0 ? 0 : 2) + " ms";
+}
+
+QString ValueText(float value) {
+  return QString::number(static_cast<double>(value), 'g', 6);
+}
+
+}  // namespace
+
+QColor TraceColour(std::size_t n) {
+  static const QColor kColours[] = {
+      QColor(0x1f, 0x77, 0xb4), QColor(0xd6, 0x27, 0x28), QColor(0x2c, 0xa0, 0x2c),
+      QColor(0x94, 0x67, 0xbd), QColor(0xff, 0x7f, 0x0e), QColor(0x8c, 0x56, 0x4b),
+      QColor(0xe3, 0x77, 0xc2), QColor(0x17, 0xbe, 0xcf), QColor(0x7f, 0x7f, 0x7f),
+      QColor(0xbc, 0xbd, 0x22), QColor(0x00, 0x33, 0x66), QColor(0x66, 0x00, 0x33),
+  };
+  return kColours[n % std::size(kColours)];
+}
+
+void PaintTrend(QPainter& painter, const QRect& area, const TrendTraces& traces,
+                const TrendFrame& frame) {
+  painter.fillRect(area, Qt::white);
+  const QRect plot(area.left() + kLabelWidth, area.top(), area.width() - kLabelWidth,
+                   area.height() - kAxisHeight);
+  if (plot.width() <= 0 || plot.height() <= 0 || !(frame.toMs > frame.fromMs)) return;
+  const double msPerPixel = (frame.toMs - frame.fromMs) / plot.width();
+  const auto xOf = [&](double ms) { return plot.left() + (ms - frame.fromMs) / msPerPixel; };
+
+  // The time axis and its grid.
+  const double step = AxisStep(frame.toMs - frame.fromMs);
+  painter.setPen(QColor(0xe0, 0xe0, 0xe0));
+  for (double t = std::ceil(frame.fromMs / step) * step; t <= frame.toMs; t += step) {
+    const int x = static_cast<int>(xOf(t));
+    painter.setPen(QColor(0xe4, 0xe4, 0xe4));
+    painter.drawLine(x, plot.top(), x, plot.bottom());
+    painter.setPen(Qt::black);
+    painter.drawText(QRect(x - 60, plot.bottom() + 2, 120, kAxisHeight - 2), Qt::AlignHCenter,
+                     TimeText(t, step));
+  }
+
+  const int lanes = static_cast<int>(frame.shown.size());
+  for (int lane = 0; lane < lanes; ++lane) {
+    const std::size_t trace = frame.shown[static_cast<std::size_t>(lane)];
+    const int top = plot.top() + plot.height() * lane / std::max(lanes, 1);
+    const int bottom = plot.top() + plot.height() * (lane + 1) / std::max(lanes, 1) - 1;
+    const QColor colour = TraceColour(static_cast<std::size_t>(lane));
+    painter.setPen(QColor(0xc8, 0xc8, 0xc8));
+    painter.drawLine(area.left(), bottom, area.right(), bottom);
+    painter.setPen(colour);
+    painter.drawText(QRect(area.left() + 4, top, kLabelWidth - 8, bottom - top),
+                     Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap,
+                     QString::fromStdString(traces.Labels().at(trace)));
+    const auto range = traces.Range(trace);
+    if (!range.any) continue;
+    const double low = range.min;
+    const double high = range.max > range.min ? range.max : range.min + 1.0;
+    const int margin = std::min(4, (bottom - top) / 6);
+    const auto yOf = [&](float v) {
+      return bottom - margin - (v - low) / (high - low) * (bottom - top - 2 * margin);
+    };
+    const auto columns = traces.Columns(trace, frame.fromMs, frame.toMs, plot.width());
+    // Each column's extremes as a vertical stroke, joined to the column
+    // before that held samples, so that sparse samples still read as a line.
+    std::optional<MinMaxPyramid::Extremes> previous;
+    double previousX = 0.0;
+    for (int x = 0; x < plot.width(); ++x) {
+      const auto& c = columns[static_cast<std::size_t>(x)];
+      if (!c.any) continue;
+      const double px = plot.left() + x;
+      if (previous) {
+        const float from = std::clamp((c.min + c.max) / 2, previous->min, previous->max);
+        const float to = std::clamp(from, c.min, c.max);
+        painter.drawLine(QPointF(previousX, yOf(from)), QPointF(px, yOf(to)));
+      }
+      painter.drawLine(QPointF(px, yOf(c.min)), QPointF(px, yOf(c.max)));
+      previous = c;
+      previousX = px;
+    }
+  }
+
+  if (frame.cursorMs && *frame.cursorMs >= frame.fromMs && *frame.cursorMs <= frame.toMs) {
+    const double x = xOf(*frame.cursorMs);
+    painter.setPen(QPen(Qt::black, 1, Qt::DashLine));
+    painter.drawLine(QPointF(x, plot.top()), QPointF(x, plot.bottom()));
+    QStringList lines{TimeText(*frame.cursorMs, msPerPixel * 10)};
+    for (const std::size_t trace : frame.shown) {
+      float value = 0.0f;
+      lines << QString::fromStdString(traces.Labels()[trace]) + "  " +
+                   (traces.ValueAt(trace, *frame.cursorMs, value) ? ValueText(value) : "-");
+    }
+    const QString text = lines.join('\n');
+    QRect box =
+        painter.fontMetrics().boundingRect(QRect(0, 0, 400, 2000), 0, text).adjusted(-4, -3, 4, 3);
+    box.moveTopLeft(QPoint(static_cast<int>(x) + 8, plot.top() + 4));
+    if (box.right() > plot.right()) box.moveRight(static_cast<int>(x) - 8);
+    painter.fillRect(box, QColor(255, 255, 230, 235));
+    painter.setPen(Qt::black);
+    painter.drawRect(box);
+    painter.drawText(box.adjusted(4, 3, -4, -3), 0, text);
+  }
+}
+
+TrendPlot::TrendPlot(QWidget* parent) : QWidget(parent) {
+  setMouseTracking(true);
+  setMinimumSize(400, 200);
+}
+
+void TrendPlot::SetTraces(const TrendTraces* traces) {
+  traces_ = traces;
+  ShowWholeRun();
+}
+
+void TrendPlot::SetShown(std::vector<std::size_t> shown) {
+  frame_.shown = std::move(shown);
+  update();
+}
+
+void TrendPlot::ShowWholeRun() {
+  following_ = true;
+  if (traces_ != nullptr && traces_->Samples() > 1) {
+    frame_.fromMs = traces_->FirstMs();
+    frame_.toMs = std::max(traces_->LastMs(), frame_.fromMs + kShortestSpanMs);
+  } else {
+    frame_.fromMs = 0.0;
+    frame_.toMs = 10000.0;
+  }
+  update();
+}
+
+void TrendPlot::SamplesAdded() {
+  FollowIfAtEnd();
+  update();
+}
+
+// A following view keeps its span and shows the newest sample at its right.
+void TrendPlot::FollowIfAtEnd() {
+  if (!following_ || traces_ == nullptr || traces_->Samples() == 0) return;
+  const double span = frame_.toMs - frame_.fromMs;
+  if (traces_->LastMs() > frame_.toMs) {
+    frame_.toMs = traces_->LastMs();
+    frame_.fromMs = frame_.toMs - span;
+  }
+}
+
+void TrendPlot::Zoom(double atMs, double factor) {
+  const double span = std::max((frame_.toMs - frame_.fromMs) * factor, kShortestSpanMs);
+  const double share = (atMs - frame_.fromMs) / (frame_.toMs - frame_.fromMs);
+  frame_.fromMs = atMs - span * share;
+  frame_.toMs = frame_.fromMs + span;
+  following_ = traces_ != nullptr && frame_.toMs >= traces_->LastMs();
+  update();
+}
+
+void TrendPlot::Pan(double byMs) {
+  frame_.fromMs += byMs;
+  frame_.toMs += byMs;
+  following_ = traces_ != nullptr && frame_.toMs >= traces_->LastMs();
+  update();
+}
+
+double TrendPlot::TimeAtX(double x) const {
+  const double width = std::max(1, this->width() - kLabelWidth);
+  return frame_.fromMs + (x - kLabelWidth) / width * (frame_.toMs - frame_.fromMs);
+}
+
+void TrendPlot::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  if (traces_ != nullptr) {
+    PaintTrend(painter, rect(), *traces_, frame_);
+  } else {
+    painter.fillRect(rect(), Qt::white);
+  }
+}
+
+void TrendPlot::wheelEvent(QWheelEvent* event) {
+  const double notches = event->angleDelta().y() / 120.0;
+  Zoom(TimeAtX(event->position().x()), std::pow(kZoomStep, -notches));
+}
+
+void TrendPlot::mousePressEvent(QMouseEvent* event) {
+  if (event->button() != Qt::LeftButton) return;
+  dragFromX_ = event->position().x();
+  dragFromMs_ = frame_.fromMs;
+}
+
+void TrendPlot::mouseMoveEvent(QMouseEvent* event) {
+  if (dragFromX_) {
+    const double width = std::max(1, this->width() - kLabelWidth);
+    const double by =
+        -(event->position().x() - *dragFromX_) / width * (frame_.toMs - frame_.fromMs);
+    Pan(dragFromMs_ + by - frame_.fromMs);
+  }
+  frame_.cursorMs = event->position().x() >= kLabelWidth
+                        ? std::optional<double>(TimeAtX(event->position().x()))
+                        : std::nullopt;
+  update();
+}
+
+void TrendPlot::mouseReleaseEvent(QMouseEvent*) {
+  dragFromX_.reset();
+}
+
+void TrendPlot::mouseDoubleClickEvent(QMouseEvent*) {
+  ShowWholeRun();
+}
+
+void TrendPlot::leaveEvent(QEvent*) {
+  frame_.cursorMs.reset();
+  update();
+}
+
+}  // namespace tavelin

@@ -1,0 +1,71 @@
+#pragma once
+#include <QColor>
+#include <QWidget>
+#include <optional>
+#include <vector>
+
+#include "trend/trend_traces.h"
+
+class QPainter;
+
+namespace tavelin {
+
+// What a picture of a trend shows: which traces, over which time.
+struct TrendFrame {
+  std::vector<std::size_t> shown;  // traces, top to bottom
+  double fromMs = 0.0;
+  double toMs = 1000.0;
+  std::optional<double> cursorMs;
+};
+
+// The colour of the n-th trace shown: distinct, and dark enough to read on
+// the white of the plot.
+QColor TraceColour(std::size_t n);
+
+// Draws the frame of `traces` into `area`: one lane a trace with its name,
+// each pixel column the true minimum and maximum of the samples under it,
+// the time axis, and the cursor with every shown value. The window and
+// `tavelin --plot` draw with it.
+void PaintTrend(QPainter& painter, const QRect& area, const TrendTraces& traces,
+                const TrendFrame& frame);
+
+// The plot of the trend window: the wheel zooms around the pointer, a drag
+// pans, a double click shows the whole run, and the cursor follows the
+// pointer. While samples arrive it follows the newest unless the user has
+// moved back.
+class TrendPlot final : public QWidget {
+ public:
+  explicit TrendPlot(QWidget* parent = nullptr);
+
+  void SetTraces(const TrendTraces* traces);
+  void SetShown(std::vector<std::size_t> shown);
+  // The traces grew: keep following the newest, if the view does.
+  void SamplesAdded();
+  void ShowWholeRun();
+  const TrendFrame& Frame() const { return frame_; }
+  bool Following() const { return following_; }
+  // The view as a program would move it: `zoomAt` a time, by `factor` (< 1 in).
+  void Zoom(double atMs, double factor);
+  void Pan(double byMs);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void wheelEvent(QWheelEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void leaveEvent(QEvent* event) override;
+
+ private:
+  double TimeAtX(double x) const;
+  void FollowIfAtEnd();
+
+  const TrendTraces* traces_ = nullptr;
+  TrendFrame frame_;
+  bool following_ = true;
+  std::optional<double> dragFromX_;
+  double dragFromMs_ = 0.0;
+};
+
+}  // namespace tavelin

@@ -1,0 +1,164 @@
+#include "trendview/trend_window.h"
+
+#include <QDragEnterEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QImage>
+#include <QMimeData>
+#include <QPainter>
+#include <QSplitter>
+#include <QVBoxLayout>
+
+#include "trend/log_table.h"
+#include "trendview/live_traces.h"
+
+namespace tavelin {
+namespace {
+
+constexpr int kPaceMs = 30;
+constexpr int kShownAtFirst = 8;  // traces ticked when a run is shown
+
+QString TitleFor(const QString& fileName) {
+  QString title = QString::fromUtf8(identity::kTitle) + QStringLiteral("　　- トレンド -");
+  if (!fileName.isEmpty()) title += QStringLiteral("　") + fileName;
+  return title;
+}
+
+}  // namespace
+
+TrendWindow::TrendWindow(const ELM327_Info* device, const KVR_USB_Probe* probes, SampleTap* tap,
+                         QWidget* parent)
+    : QWidget(parent, Qt::Window), device_(device), probes_(probes), tap_(tap) {
+  setWindowTitle(TitleFor({}));
+  setAcceptDrops(true);
+  resize(1100, 700);
+  auto* open = new QPushButton(QStringLiteral("開く…"));
+  auto* save = new QPushButton(QStringLiteral("画像を保存…"));
+  status_ = new QLabel;
+  auto* top = new QHBoxLayout;
+  top->addWidget(open);
+  top->addWidget(save);
+  top->addWidget(status_, 1);
+  channels_ = new QListWidget;
+  plot_ = new TrendPlot;
+  auto* split = new QSplitter;
+  split->addWidget(channels_);
+  split->addWidget(plot_);
+  split->setStretchFactor(1, 1);
+  split->setSizes({220, 880});
+  auto* layout = new QVBoxLayout(this);
+  layout->addLayout(top);
+  layout->addWidget(split, 1);
+  QObject::connect(open, &QPushButton::clicked, [this] { AskForLog(); });
+  QObject::connect(save, &QPushButton::clicked, [this] { AskForPicture(); });
+  QObject::connect(channels_, &QListWidget::itemChanged, [this] { ChannelsChanged(); });
+  plot_->SetTraces(&traces_);
+  if (tap_ != nullptr) {
+    live_ = true;
+    tap_->Attach();
+    status_->setText(QStringLiteral("接続すると計測中の入力を表示します"));
+    QObject::connect(&pace_, &QTimer::timeout, [this] { TakeLiveSamples(); });
+    pace_.start(kPaceMs);
+  }
+}
+
+TrendWindow::~TrendWindow() {
+  if (tap_ != nullptr) tap_->Detach();
+}
+
+void TrendWindow::ShowTraces(const QString& fileName) {
+  setWindowTitle(TitleFor(fileName));
+  const QSignalBlocker quiet(channels_);
+  channels_->clear();
+  for (std::size_t t = 0; t < traces_.Labels().size(); ++t) {
+    auto* item = new QListWidgetItem(QString::fromStdString(traces_.Labels()[t]), channels_);
+    item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
+    item->setCheckState(t < kShownAtFirst ? Qt::Checked : Qt::Unchecked);
+  }
+  plot_->SetTraces(&traces_);
+  ChannelsChanged();
+}
+
+void TrendWindow::ChannelsChanged() {
+  std::vector<std::size_t> shown;
+  for (int row = 0; row < channels_->count(); ++row) {
+    if (channels_->item(row)->checkState() == Qt::Checked)
+      shown.push_back(static_cast<std::size_t>(row));
+  }
+  plot_->SetShown(std::move(shown));
+}
+
+// The samples the engine handed over since the last look; a new run
+// starts the trend anew.
+void TrendWindow::TakeLiveSamples() {
+  if (!live_) return;
+  bool added = false;
+  tap_->Take([&](const TapSample& sample) {
+    if (sample.run != run_) {
+      run_ = sample.run;
+      traces_.SetLabels(LiveLabels(sample, *device_, probes_));
+      ShowTraces({});
+      status_->setText(QStringLiteral("計測中"));
+    }
+    LiveValues(sample, values_);
+    if (values_.size() == traces_.Labels().size()) {
+      traces_.Append(sample.timeMs, values_);
+      added = true;
+    }
+  });
+  if (added) plot_->SamplesAdded();
+}
+
+bool TrendWindow::OpenLog(const QString& path) {
+  status_->setText(QStringLiteral("読み込み中…"));
+  status_->repaint();
+  std::vector<std::string> files;
+  const LogTable table = ReadLogRun(path.toStdString(), &files);
+  if (table.labels.empty() || table.times.empty()) {
+    status_->setText(
+        QFileInfo(path).fileName() + QStringLiteral(": ") +
+        QString::fromStdString(table.problem.empty() ? "行がありません" : table.problem));
+    return false;
+  }
+  live_ = false;  // a file shown is not replaced by the next run's samples
+  traces_ = TrendTraces(table);
+  ShowTraces(QFileInfo(path).fileName());
+  QString said = QString::number(files.size()) + QStringLiteral(" ファイル、") +
+                 QString::number(table.times.size()) + QStringLiteral(" 行");
+  if (!table.problem.empty()) said += QStringLiteral("　") + QString::fromStdString(table.problem);
+  status_->setText(said);
+  return true;
+}
+
+bool TrendWindow::SavePicture(const QString& path) {
+  QImage image(plot_->size(), QImage::Format_RGB32);
+  QPainter painter(&image);
+  PaintTrend(painter, image.rect(), traces_, plot_->Frame());
+  painter.end();
+  return image.save(path, "PNG");
+}
+
+void TrendWindow::AskForLog() {
+  const QString path = QFileDialog::getOpenFileName(
+      this, QStringLiteral("ログを開く"), {}, QStringLiteral("ログ (SD*.xls SD*.csv *.xls *.csv)"));
+  if (!path.isEmpty()) OpenLog(path);
+}
+
+void TrendWindow::AskForPicture() {
+  const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("画像を保存"), {},
+                                                    QStringLiteral("PNG 画像 (*.png)"));
+  if (path.isEmpty()) return;
+  if (!SavePicture(path)) status_->setText(QStringLiteral("画像を保存できません: ") + path);
+}
+
+void TrendWindow::dragEnterEvent(QDragEnterEvent* event) {
+  if (event->mimeData()->hasUrls()) event->acceptProposedAction();
+}
+
+void TrendWindow::dropEvent(QDropEvent* event) {
+  const QList<QUrl> urls = event->mimeData()->urls();
+  if (!urls.isEmpty() && urls.first().isLocalFile()) OpenLog(urls.first().toLocalFile());
+}
+
+}  // namespace tavelin

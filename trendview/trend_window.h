@@ -1,0 +1,63 @@
+#pragma once
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTimer>
+#include <QWidget>
+#include <memory>
+
+#include "devices/KVR_USB_Probe.h"
+#include "sampling/sample_tap.h"
+#include "state/ELM327_Info.h"
+#include "trend/trend_traces.h"
+#include "trendview/trend_plot.h"
+
+namespace tavelin {
+
+// The trend window: the inputs of a run over time, live from the sampling
+// engine's hand-off while a run goes, or a past run read from its logs
+// (開く…, a file dropped on it, `tavelin LOGFILE`). Its title is the
+// program's with "　　- トレンド -" and the file's name.
+class TrendWindow final : public QWidget {
+ public:
+  // `tap`, when given, is read every 30 ms while the window is open; the
+  // settings name the live traces.
+  TrendWindow(const ELM327_Info* device, const KVR_USB_Probe* probes, SampleTap* tap,
+              QWidget* parent = nullptr);
+  ~TrendWindow() override;
+
+  // Shows the run `path` belongs to; false, said in the window, when
+  // nothing of it can be read.
+  bool OpenLog(const QString& path);
+  bool SavePicture(const QString& path);
+
+  TrendPlot& Plot() { return *plot_; }
+  QListWidget& Channels() { return *channels_; }
+  QString StatusText() const { return status_->text(); }
+  const TrendTraces& Traces() const { return traces_; }
+
+ protected:
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
+
+ private:
+  void TakeLiveSamples();
+  void ShowTraces(const QString& fileName);
+  void ChannelsChanged();
+  void AskForLog();
+  void AskForPicture();
+
+  const ELM327_Info* device_;
+  const KVR_USB_Probe* probes_;
+  SampleTap* tap_;
+  TrendTraces traces_;
+  bool live_ = false;
+  uint32_t run_ = 0;
+  std::vector<float> values_;
+  QListWidget* channels_;
+  TrendPlot* plot_;
+  QLabel* status_;
+  QTimer pace_;
+};
+
+}  // namespace tavelin
