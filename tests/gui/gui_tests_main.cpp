@@ -17,6 +17,7 @@ int RunCommonSettingTest(int argc, char** argv);
 int RunChannelSettingsTest(int argc, char** argv);
 int RunDeviceWriterTest(int argc, char** argv);
 int RunStopRequestTest(int argc, char** argv);
+int RunTrendTest(int argc, char** argv);
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
@@ -30,7 +31,8 @@ int main(int argc, char** argv) {
                                                               {"common", RunCommonSettingTest},
                                                               {"channels", RunChannelSettingsTest},
                                                               {"writer", RunDeviceWriterTest},
-                                                              {"stop", RunStopRequestTest}};
+                                                              {"stop", RunStopRequestTest},
+                                                              {"trend", RunTrendTest}};
   if (argc < 2) {
     int failures = 0;
     for (const auto& [name, run] : suites) failures += run(1, argv);

@@ -1,0 +1,138 @@
+// The trend window: live on a run, on a log file (zoom, pan, whole run,
+// cursor), and tavelin --plot's picture.
+#include <QImage>
+#include <QtTest>
+#include <filesystem>
+#include <fstream>
+
+#include "gui_support.h"
+#include "platform/code_page.h"
+#include "trendview/plot_command.h"
+#include "trendview/trend_window.h"
+
+namespace tavelin::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A csv log of ours with one channel, 0 for the first second and 1 after.
+fs::path WriteStepLog(const TempFolder& folder) {
+  std::string text =
+      "タヴェリン Ver1.11,,,\r\n\r\nDate:  2026/11/24 10:00:00\r\nサンプリング ログ\r\n\r\n"
+      "ch0 ：炉\r\n\r\n時間[ms]  ,ch0 \r\n";
+  for (int ms = 0; ms < 2000; ms += 10) {
+    text += std::to_string(ms) + " , " + (ms < 1000 ? "0" : "1") + "\r\n";
+  }
+  const fs::path path = folder.Path() / "SD26112410-001.csv";
+  std::ofstream(path, std::ios::binary) << ToCodePage(text);
+  return path;
+}
+
+class TrendTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void init() { unsetenv("KVR_SIMULATION"); }
+
+  void followsARunLiveAtMostOneSampleAMillisecond() {
+    ProgramFolder folder;
+    SaveSettings(folder, 3, [](ELM327_Info& device) { device.usbio_comment(0) = "炉温"; });
+    Simulation simulation("usbio 0 prepared constant 7\n");
+    const auto booted = Boot(folder);
+    ViewFrame& view = *booted->form1->ShownView();
+    view.menu_tool_trend->trigger();
+    TrendWindow* trend = nullptr;
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+      if (auto* found = dynamic_cast<TrendWindow*>(window)) trend = found;
+    }
+    QVERIFY(trend != nullptr && trend->isVisible());
+    QCOMPARE(trend->windowTitle(), QStringLiteral("タヴェリン Ver1.11　　- トレンド -"));
+    RunFor(view, 300);
+    const TrendTraces& traces = trend->Traces();
+    QCOMPARE(traces.Labels(), std::vector<std::string>{"炉温"});
+    QVERIFY2(traces.Samples() > 20, std::to_string(traces.Samples()).c_str());
+    QVERIFY(traces.Samples() <= static_cast<std::size_t>(traces.LastMs()) + 1);
+    QCOMPARE(traces.Range(0).min, 224.0f);  // 7, reversed by the default channel settings
+    QCOMPARE(traces.Range(0).max, 224.0f);
+    QVERIFY(trend->Plot().Following());
+    // A run shorter than the view's ten seconds fills it from the left.
+    QCOMPARE(trend->Plot().Frame().fromMs, 0.0);
+    QVERIFY(trend->Plot().Frame().toMs >= traces.LastMs());
+    QCOMPARE(trend->Channels().count(), 1);
+    trend->close();  // deletes itself, and the run's hand-off has no reader
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!booted->form1->TheFormBG().Sample_Tap.Attached());
+  }
+
+  void aLogZoomsPansAndShowsItsWholeRunAgain() {
+    TempFolder folder;
+    const fs::path log = WriteStepLog(folder);
+    TrendWindow trend(nullptr, nullptr, nullptr);
+    trend.resize(900, 500);
+    trend.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&trend));
+    QVERIFY(trend.OpenLog(QString::fromStdString(log.string())));
+    QCOMPARE(trend.windowTitle(),
+             QStringLiteral("タヴェリン Ver1.11　　- トレンド -　SD26112410-001.csv"));
+    QCOMPARE(trend.StatusText(), QStringLiteral("1 ファイル、200 行"));
+    TrendPlot& plot = trend.Plot();
+    QCOMPARE(plot.Frame().fromMs, 0.0);
+    QCOMPARE(plot.Frame().toMs, 1990.0);
+    QCOMPARE(plot.Frame().shown, std::vector<std::size_t>{0});
+
+    plot.Zoom(1000.0, 0.5);  // around 1000 ms, which stays where it was
+    QCOMPARE(plot.Frame().fromMs, 500.0);
+    QCOMPARE(plot.Frame().toMs, 1495.0);
+    QTest::mouseMove(&plot, QPoint(plot.width() - 10, 50));
+    QVERIFY(plot.Frame().cursorMs.has_value() && *plot.Frame().cursorMs > 1400.0);
+    QTest::mousePress(&plot, Qt::LeftButton, {}, QPoint(400, 50));
+    QTest::mouseMove(&plot, QPoint(300, 50));  // the run moves left: later times come in
+    QTest::mouseRelease(&plot, Qt::LeftButton, {}, QPoint(300, 50));
+    QVERIFY(plot.Frame().fromMs > 500.0);
+    QCOMPARE(plot.Frame().toMs - plot.Frame().fromMs, 995.0);
+    QTest::mouseDClick(&plot, Qt::LeftButton, {}, QPoint(300, 50));
+    QCOMPARE(plot.Frame().fromMs, 0.0);
+    QCOMPARE(plot.Frame().toMs, 1990.0);
+
+    trend.Channels().item(0)->setCheckState(Qt::Unchecked);
+    QVERIFY(plot.Frame().shown.empty());
+    QVERIFY(!trend.OpenLog(QString::fromStdString((folder.Path() / "none.csv").string())));
+    QVERIFY(trend.StatusText().contains(QStringLiteral("開けません")));
+  }
+
+  void plotDrawsTheTracesWhereTheDataSays() {
+    TempFolder folder;
+    const std::string log = WriteStepLog(folder).string();
+    const std::string png = (folder.Path() / "trend.png").string();
+    QCOMPARE(RunPlot({"--plot", log, "--output", png, "--size", "400x200"}), 0);
+    QImage image(QString::fromStdString(png));
+    QCOMPARE(image.size(), QSize(400, 200));
+    // Left of the label column's 150 px, the lane runs to 178 px; 0 is
+    // drawn at its foot before 1000 ms, 1 at its head after.
+    const QRgb ink = TraceColour(0).rgb();
+    const auto inkIn = [&](int x, int fromY, int toY) {
+      for (int y = fromY; y <= toY; ++y) {
+        if (image.pixel(x, y) == ink) return true;
+      }
+      return false;
+    };
+    QVERIFY(inkIn(200, 160, 177) && !inkIn(200, 0, 20));
+    QVERIFY(inkIn(380, 0, 20) && !inkIn(380, 160, 177));
+
+    QCOMPARE(RunPlot({"--plot", log, "--output", png, "--channels", "2"}), 2);
+    QCOMPARE(RunPlot({"--plot", log, "--output", png, "--size", "9x9"}), 2);
+    const std::string none = (folder.Path() / "none.png").string();
+    QCOMPARE(RunPlot({"--plot", (folder.Path() / "gone.csv").string(), "--output", none}), 1);
+    QVERIFY(!fs::exists(none));
+  }
+};
+
+}  // namespace
+}  // namespace tavelin::test
+
+int RunTrendTest(int argc, char** argv) {
+  tavelin::test::TrendTest test;
+  return QTest::qExec(&test, argc, argv);
+}
+
+#include "trend_test.moc"
