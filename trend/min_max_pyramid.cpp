@@ -1,6 +1,7 @@
 #include "trend/min_max_pyramid.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace tavelin {
 
@@ -31,49 +32,36 @@ void MinMaxPyramid::Append(float value) {
   }
 }
 
-void MinMaxPyramid::Widen(Extremes& e, float min, float max) const {
-  if (!e.any) {
-    e = {min, max, true};
-    return;
-  }
-  e.min = std::min(e.min, min);
-  e.max = std::max(e.max, max);
-}
-
 // From the finest level up: the ragged ends of the span at each level, the
 // whole blocks in between from the level above.
 MinMaxPyramid::Extremes MinMaxPyramid::Over(std::size_t first, std::size_t last) const {
-  Extremes e;
   last = std::min(last, samples_.size());
-  if (first >= last) return e;
-  // Level -1 is the samples themselves.
-  const auto minAt = [&](int level, std::size_t i) {
-    return level < 0 ? samples_[i] : levels_[static_cast<std::size_t>(level)].min[i];
+  if (first >= last) return {};
+  float lo = std::numeric_limits<float>::infinity();
+  float hi = -std::numeric_limits<float>::infinity();
+  const float* mins = samples_.data();  // the samples are their own extremes
+  const float* maxs = samples_.data();
+  const auto scan = [&](std::size_t from, std::size_t to) {
+    for (std::size_t i = from; i < to; ++i) {
+      lo = std::min(lo, mins[i]);
+      hi = std::max(hi, maxs[i]);
+    }
   };
-  const auto maxAt = [&](int level, std::size_t i) {
-    return level < 0 ? samples_[i] : levels_[static_cast<std::size_t>(level)].max[i];
-  };
-  const auto sizeOf = [&](int level) {
-    return level < 0 ? samples_.size() : levels_[static_cast<std::size_t>(level)].min.size();
-  };
-  int level = -1;
-  while (first < last) {
-    const bool hasAbove = static_cast<std::size_t>(level + 1) < levels_.size();
+  for (std::size_t level = 0;; ++level) {
     const std::size_t upFirst = (first + kFactor - 1) / kFactor;
     const std::size_t upLast = last / kFactor;
-    if (!hasAbove || upFirst >= upLast || upLast > sizeOf(level + 1)) {
-      for (std::size_t i = first; i < last; ++i) Widen(e, minAt(level, i), maxAt(level, i));
+    if (level >= levels_.size() || upFirst >= upLast) {
+      scan(first, last);
       break;
     }
-    for (std::size_t i = first; i < upFirst * kFactor; ++i)
-      Widen(e, minAt(level, i), maxAt(level, i));
-    for (std::size_t i = upLast * kFactor; i < last; ++i)
-      Widen(e, minAt(level, i), maxAt(level, i));
+    scan(first, upFirst * kFactor);
+    scan(upLast * kFactor, last);
+    mins = levels_[level].min.data();
+    maxs = levels_[level].max.data();
     first = upFirst;
     last = upLast;
-    ++level;
   }
-  return e;
+  return {lo, hi, true};
 }
 
 std::size_t MinMaxPyramid::MemoryBytes() const {

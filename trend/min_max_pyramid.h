@@ -31,8 +31,6 @@ class MinMaxPyramid {
     std::vector<float> min;
     std::vector<float> max;
   };
-  void Widen(Extremes& e, float min, float max) const;
-
   std::vector<float> samples_;
   std::vector<Level> levels_;  // levels_[k]: blocks of kFactor^(k+1) samples
 };

@@ -30,18 +30,37 @@ std::size_t TrendTraces::IndexAt(double timeMs) const {
                                   times_.begin());
 }
 
-std::vector<MinMaxPyramid::Extremes> TrendTraces::Columns(std::size_t trace, double fromMs,
-                                                          double toMs, int width) const {
-  const MinMaxPyramid& pyramid = traces_.at(trace);
-  std::vector<MinMaxPyramid::Extremes> columns(static_cast<std::size_t>(std::max(width, 0)));
-  if (width <= 0 || !(toMs > fromMs)) return columns;
+std::vector<std::size_t> TrendTraces::ColumnBounds(double fromMs, double toMs, int width) const {
+  std::vector<std::size_t> bounds;
+  if (width <= 0 || !(toMs > fromMs)) return bounds;
   const double step = (toMs - fromMs) / width;
-  std::size_t first = IndexAt(fromMs);
-  for (int x = 0; x < width; ++x) {
-    const std::size_t last = IndexAt(fromMs + step * (x + 1));
-    columns[static_cast<std::size_t>(x)] = pyramid.Over(first, last);
-    first = last;
+  bounds.reserve(static_cast<std::size_t>(width) + 1);
+  for (int x = 0; x <= width; ++x) bounds.push_back(IndexAt(fromMs + step * x));
+  // Zoomed out, an inner bound between two columns of many samples moves to
+  // the nearest block of a level that is a quarter of a column or less:
+  // every sample still counts in exactly one column, the bound moves by
+  // less than a quarter of a pixel, and a column's extremes come from the
+  // coarse levels alone, which stay in the cache. Sparse columns stay exact.
+  const std::size_t perColumn = (bounds.back() - bounds.front()) / static_cast<std::size_t>(width);
+  std::size_t block = 1;
+  while (block * MinMaxPyramid::kFactor * 4 <= perColumn) block *= MinMaxPyramid::kFactor;
+  if (block > 1) {
+    const std::vector<std::size_t> exact = bounds;
+    for (std::size_t x = 1; x + 1 < exact.size(); ++x) {
+      if (exact[x] - exact[x - 1] >= 4 * block && exact[x + 1] - exact[x] >= 4 * block) {
+        bounds[x] = (exact[x] + block / 2) / block * block;
+      }
+    }
   }
+  return bounds;
+}
+
+std::vector<MinMaxPyramid::Extremes> TrendTraces::Columns(
+    std::size_t trace, const std::vector<std::size_t>& bounds) const {
+  const MinMaxPyramid& pyramid = traces_.at(trace);
+  std::vector<MinMaxPyramid::Extremes> columns(bounds.empty() ? 0 : bounds.size() - 1);
+  for (std::size_t x = 0; x < columns.size(); ++x)
+    columns[x] = pyramid.Over(bounds[x], bounds[x + 1]);
   return columns;
 }
 

@@ -26,11 +26,17 @@ class TrendTraces {
   double FirstMs() const { return times_.empty() ? 0.0 : times_.front(); }
   double LastMs() const { return times_.empty() ? 0.0 : times_.back(); }
 
-  // Per pixel column of `width` over [fromMs, toMs): the true minimum and
-  // maximum of the trace's samples whose time falls in the column; a column
-  // without a sample holds none.
+  // The samples of each pixel column of `width` over [fromMs, toMs): column
+  // x holds samples [bounds[x], bounds[x + 1]). The same for every trace.
+  std::vector<std::size_t> ColumnBounds(double fromMs, double toMs, int width) const;
+  // Per column: the true minimum and maximum of the trace's samples in it;
+  // a column without a sample holds none.
+  std::vector<MinMaxPyramid::Extremes> Columns(std::size_t trace,
+                                               const std::vector<std::size_t>& bounds) const;
   std::vector<MinMaxPyramid::Extremes> Columns(std::size_t trace, double fromMs, double toMs,
-                                               int width) const;
+                                               int width) const {
+    return Columns(trace, ColumnBounds(fromMs, toMs, width));
+  }
   // The trace's value at `timeMs`: the last sample at or before it.
   bool ValueAt(std::size_t trace, double timeMs, float& value) const;
   // The extremes of a whole trace, for its vertical scale.

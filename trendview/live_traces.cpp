@@ -23,6 +23,13 @@ void ForEachInput(const TapSample& s, Each&& each) {
   }
 }
 
+// "b3", "入力2": appended, not added, for GCC 12's -O3 alarm on a literal + string.
+std::string Numbered(const char* prefix, int number) {
+  std::string text = prefix;
+  text += std::to_string(number);
+  return text;
+}
+
 }  // namespace
 
 std::vector<std::string> LiveLabels(const TapSample& first, const ELM327_Info& device,
@@ -35,13 +42,12 @@ std::vector<std::string> LiveLabels(const TapSample& first, const ELM327_Info& d
       const std::string probe =
           probes != nullptr ? probes->AN_ch_comment(c) : std::to_string(channel);
       const std::string name = probes != nullptr ? probes->AN_pin_comment(pin) : "";
-      labels.push_back(probe + " " + (name.empty() ? "入力" + std::to_string(input + 1) : name));
+      labels.push_back(probe + " " + (name.empty() ? Numbered("入力", input + 1) : name));
     } else if (input < 0) {
       labels.push_back(device.usbio_comment(c));
     } else {
       const std::string bit = device.bit_comment(static_cast<int16_t>(channel * 8 + input));
-      labels.push_back(device.usbio_comment(c) + " " +
-                       (bit.empty() ? "b" + std::to_string(input) : bit));
+      labels.push_back(device.usbio_comment(c) + " " + (bit.empty() ? Numbered("b", input) : bit));
     }
   });
   return labels;

@@ -66,6 +66,9 @@ void PaintTrend(QPainter& painter, const QRect& area, const TrendTraces& traces,
                      TimeText(t, step));
   }
 
+  const std::vector<std::size_t> bounds =
+      traces.ColumnBounds(frame.fromMs, frame.toMs, plot.width());
+  std::vector<QLine> strokes;  // whole pixels: the raster's fast path
   const int lanes = static_cast<int>(frame.shown.size());
   for (int lane = 0; lane < lanes; ++lane) {
     const std::size_t trace = frame.shown[static_cast<std::size_t>(lane)];
@@ -84,26 +87,29 @@ void PaintTrend(QPainter& painter, const QRect& area, const TrendTraces& traces,
     const double high = range.max > range.min ? range.max : range.min + 1.0;
     const int margin = std::min(4, (bottom - top) / 6);
     const auto yOf = [&](float v) {
-      return bottom - margin - (v - low) / (high - low) * (bottom - top - 2 * margin);
+      return static_cast<int>(
+          std::lround(bottom - margin - (v - low) / (high - low) * (bottom - top - 2 * margin)));
     };
-    const auto columns = traces.Columns(trace, frame.fromMs, frame.toMs, plot.width());
+    const auto columns = traces.Columns(trace, bounds);
+    strokes.clear();
     // Each column's extremes as a vertical stroke, joined to the column
     // before that held samples, so that sparse samples still read as a line.
     std::optional<MinMaxPyramid::Extremes> previous;
-    double previousX = 0.0;
+    int previousX = 0;
     for (int x = 0; x < plot.width(); ++x) {
       const auto& c = columns[static_cast<std::size_t>(x)];
       if (!c.any) continue;
-      const double px = plot.left() + x;
+      const int px = plot.left() + x;
       if (previous) {
         const float from = std::clamp((c.min + c.max) / 2, previous->min, previous->max);
         const float to = std::clamp(from, c.min, c.max);
-        painter.drawLine(QPointF(previousX, yOf(from)), QPointF(px, yOf(to)));
+        strokes.emplace_back(previousX, yOf(from), px, yOf(to));
       }
-      painter.drawLine(QPointF(px, yOf(c.min)), QPointF(px, yOf(c.max)));
+      strokes.emplace_back(px, yOf(c.min), px, yOf(c.max));
       previous = c;
       previousX = px;
     }
+    painter.drawLines(strokes.data(), static_cast<int>(strokes.size()));
   }
 
   if (frame.cursorMs && *frame.cursorMs >= frame.fromMs && *frame.cursorMs <= frame.toMs) {
