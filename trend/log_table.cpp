@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "platform/code_page.h"
+#include "trend/journal_table.h"
 
 namespace tavelin {
 namespace {
@@ -233,6 +234,7 @@ void Append(LogTable& table, const LogTable& next) {
 }  // namespace
 
 LogTable ReadLogFile(const std::string& path) {
+  if (LooksLikeJournal(path)) return ReadJournalTable(path);
   std::string lower = path;
   std::transform(lower.begin(), lower.end(), lower.begin(), ::tolower);
   return EndsWith(lower, ".xls") ? ReadXls(path) : ReadCsv(path);

@@ -15,7 +15,8 @@ struct LogTable {
   std::string problem;
 };
 
-// A csv (CP932) or .xls log of ours; what it holds up to any damage.
+// A csv (CP932) or .xls log of ours, or a run's journal; what it holds up
+// to any damage.
 LogTable ReadLogFile(const std::string& path);
 
 // The numbered files of the run `path` belongs to, in its folder, as one

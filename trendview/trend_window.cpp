@@ -140,8 +140,8 @@ bool TrendWindow::SavePicture(const QString& path) {
 }
 
 void TrendWindow::AskForLog() {
-  const QString path = QFileDialog::getOpenFileName(
-      this, QStringLiteral("ログを開く"), {}, QStringLiteral("ログ (SD*.xls SD*.csv *.xls *.csv)"));
+  const QString path = QFileDialog::getOpenFileName(this, QStringLiteral("ログを開く"), {},
+                                                    QStringLiteral("ログ (*.xls *.csv *.journal)"));
   if (!path.isEmpty()) OpenLog(path);
 }
 

@@ -9,6 +9,7 @@
 #include <fstream>
 
 #include "cli/record_command.h"
+#include "logging/journal_format.h"
 #include "platform/code_page.h"
 #include "support/program_folder.h"
 #include "support/simulation.h"
@@ -89,6 +90,27 @@ TEST(LogTable, TheNumberedFilesOfARunReadAsOneAndAnotherRunIsLeftOut) {
   EXPECT_EQ(run.times, (std::vector<double>{0, 10, 20, 30, 40}));
   EXPECT_EQ(run.columns[0], (std::vector<float>{5, 6, 7, 8, 9}));
   EXPECT_EQ(files.size(), 3u);
+}
+
+// A crashed run's journal: its rows as traces named by the devices'
+// comments, up to a record cut short.
+TEST(LogTable, AJournalReadsAsItsRunsTraces) {
+  JournalHead head;
+  head.viewCh = 2;
+  head.devices = {{0, "炉"}, {5, "扉"}};
+  std::string bytes = EncodeHead(head);
+  for (int r = 0; r < 5; ++r) AppendRow(bytes, 10.0 * r, std::string{char(r), char(0x80)});
+  bytes.resize(bytes.size() - 3);  // the last row cut short
+  test::TempFolder folder;
+  const fs::path path = folder.Write("20261124-101500-7.journal", bytes);
+  const LogTable table = ReadLogFile(path.string());
+  ASSERT_EQ(table.labels.size(), 16u);
+  EXPECT_EQ(table.labels[0], "炉 b0");
+  EXPECT_EQ(table.labels[15], "扉 b7");
+  EXPECT_EQ(table.times, (std::vector<double>{0, 10, 20, 30}));
+  EXPECT_EQ(Column(table, "炉 b1"), (std::vector<float>{0, 0, 1, 1}));
+  EXPECT_EQ(Column(table, "扉 b7"), (std::vector<float>{1, 1, 1, 1}));
+  EXPECT_NE(table.problem.find("壊れています"), std::string::npos) << table.problem;
 }
 
 TEST(LogTable, AFileCutShortShowsWhatItHoldsAndOneNotOursSaysSo) {
