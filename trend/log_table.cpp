@@ -240,7 +240,11 @@ LogTable ReadLogFile(const std::string& path) {
   return EndsWith(lower, ".xls") ? ReadXls(path) : ReadCsv(path);
 }
 
-LogTable ReadLogRun(const std::string& path, std::vector<std::string>* files) {
+LogTable ReadLogRun(const std::string& path, std::vector<std::string>* files,
+                    std::atomic<int>* filesRead) {
+  const auto count = [filesRead] {
+    if (filesRead != nullptr) ++*filesRead;
+  };
   LogTable table = ReadLogFile(path);
   if (files != nullptr) *files = {path};
   std::string stem, extension;
@@ -256,6 +260,7 @@ LogTable ReadLogRun(const std::string& path, std::vector<std::string>* files) {
     const fs::path before = Neighbour(path, stem, first - 1, extension);
     if (!fs::exists(before)) break;
     LogTable earlier = ReadLogFile(before.string());
+    count();
     if (!GoesOn(earlier, head)) break;
     head = std::move(earlier);
     --first;
@@ -266,6 +271,7 @@ LogTable ReadLogRun(const std::string& path, std::vector<std::string>* files) {
     const fs::path after = Neighbour(path, stem, n, extension);
     if (!fs::exists(after)) break;
     const LogTable next = ReadLogFile(after.string());
+    count();
     if (!GoesOn(run, next)) break;
     Append(run, next);
     if (files != nullptr) files->push_back(after.string());

@@ -1,4 +1,5 @@
 #pragma once
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,9 @@ LogTable ReadLogFile(const std::string& path);
 // The numbered files of the run `path` belongs to, in its folder, as one
 // table: the files around it with the same name stem, layout and a
 // clock that goes on from the file before.
-LogTable ReadLogRun(const std::string& path, std::vector<std::string>* files = nullptr);
+// `filesRead`, when given, counts the files read so far (a window shows it
+// while a long run loads on another thread).
+LogTable ReadLogRun(const std::string& path, std::vector<std::string>* files = nullptr,
+                    std::atomic<int>* filesRead = nullptr);
 
 }  // namespace tavelin

@@ -133,11 +133,8 @@ int RunPlot(const std::vector<std::string>& arguments) {
   frame.shown = *shown;
   frame.fromMs = traces.FirstMs();
   frame.toMs = std::max(traces.LastMs(), frame.fromMs + 1.0);
-  QImage image(options->width, options->height, QImage::Format_RGB32);
-  QPainter painter(&image);
-  PaintTrend(painter, image.rect(), traces, frame);
-  painter.end();
-  if (!image.save(QString::fromStdString(options->output), "PNG")) {
+  if (!SaveTrendPicture(QString::fromStdString(options->output),
+                        QSize(options->width, options->height), traces, frame)) {
     std::cerr << "tavelin: " << options->output << " に書けません\n";
     return 1;
   }

@@ -1,7 +1,10 @@
 #include "trendview/trend_plot.h"
 
+#include <QFileInfo>
+#include <QImage>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QSvgGenerator>
 #include <QWheelEvent>
 #include <algorithm>
 #include <cmath>
@@ -132,6 +135,26 @@ void PaintTrend(QPainter& painter, const QRect& area, const TrendTraces& traces,
     painter.drawRect(box);
     painter.drawText(box.adjusted(4, 3, -4, -3), 0, text);
   }
+}
+
+bool SaveTrendPicture(const QString& path, const QSize& size, const TrendTraces& traces,
+                      const TrendFrame& frame) {
+  if (path.endsWith(QStringLiteral(".svg"), Qt::CaseInsensitive)) {
+    QSvgGenerator svg;
+    svg.setFileName(path);
+    svg.setSize(size);
+    svg.setViewBox(QRect(QPoint(0, 0), size));
+    svg.setTitle(QStringLiteral("トレンド"));
+    QPainter painter;
+    if (!painter.begin(&svg)) return false;
+    PaintTrend(painter, QRect(QPoint(0, 0), size), traces, frame);
+    return painter.end() && QFileInfo(path).size() > 0;
+  }
+  QImage image(size, QImage::Format_RGB32);
+  QPainter painter(&image);
+  PaintTrend(painter, image.rect(), traces, frame);
+  painter.end();
+  return image.save(path, "PNG");
 }
 
 TrendPlot::TrendPlot(QWidget* parent) : QWidget(parent) {

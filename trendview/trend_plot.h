@@ -29,6 +29,11 @@ QColor TraceColour(std::size_t n);
 void PaintTrend(QPainter& painter, const QRect& area, const TrendTraces& traces,
                 const TrendFrame& frame);
 
+// The same picture into a file: SVG when its name ends in .svg, else PNG.
+// False when the file cannot be written.
+bool SaveTrendPicture(const QString& path, const QSize& size, const TrendTraces& traces,
+                      const TrendFrame& frame);
+
 // The plot of the trend window: the wheel zooms around the pointer, a drag
 // pans, a double click shows the whole run, and the cursor follows the
 // pointer. While samples arrive it follows the newest unless the user has

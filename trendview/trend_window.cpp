@@ -10,7 +10,6 @@
 #include <QSplitter>
 #include <QVBoxLayout>
 
-#include "trend/log_table.h"
 #include "trendview/live_traces.h"
 
 namespace tavelin {
@@ -54,6 +53,7 @@ TrendWindow::TrendWindow(const ELM327_Info* device, const KVR_USB_Probe* probes,
   QObject::connect(save, &QPushButton::clicked, [this] { AskForPicture(); });
   QObject::connect(channels_, &QListWidget::itemChanged, [this] { ChannelsChanged(); });
   plot_->SetTraces(&traces_);
+  QObject::connect(&loadPace_, &QTimer::timeout, [this] { TakeLoadedLog(); });
   if (tap_ != nullptr) {
     live_ = true;
     tap_->Attach();
@@ -65,6 +65,7 @@ TrendWindow::TrendWindow(const ELM327_Info* device, const KVR_USB_Probe* probes,
 
 TrendWindow::~TrendWindow() {
   if (tap_ != nullptr) tap_->Detach();
+  if (loading_.valid()) loading_.wait();  // it writes into this window's counter
 }
 
 void TrendWindow::ShowTraces(const QString& fileName) {
@@ -110,33 +111,48 @@ void TrendWindow::TakeLiveSamples() {
   if (added) plot_->SamplesAdded();
 }
 
-bool TrendWindow::OpenLog(const QString& path) {
+void TrendWindow::OpenLog(const QString& path) {
+  if (loading_.valid()) return;  // one at a time
+  logShown_ = false;
+  filesRead_ = 0;
   status_->setText(QStringLiteral("読み込み中…"));
-  status_->repaint();
-  std::vector<std::string> files;
-  const LogTable table = ReadLogRun(path.toStdString(), &files);
+  loading_ = std::async(std::launch::async, [this, path] {
+    LoadedLog loaded{path, {}, {}};
+    loaded.table = ReadLogRun(path.toStdString(), &loaded.files, &filesRead_);
+    return loaded;
+  });
+  loadPace_.start(kPaceMs);
+}
+
+void TrendWindow::TakeLoadedLog() {
+  if (!loading_.valid()) return;
+  if (loading_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+    status_->setText(QStringLiteral("読み込み中… ") + QString::number(filesRead_ + 1) +
+                     QStringLiteral(" ファイル目"));
+    return;
+  }
+  loadPace_.stop();
+  const LoadedLog loaded = loading_.get();
+  const QString name = QFileInfo(loaded.path).fileName();
+  const LogTable& table = loaded.table;
   if (table.labels.empty() || table.times.empty()) {
     status_->setText(
-        QFileInfo(path).fileName() + QStringLiteral(": ") +
+        name + QStringLiteral(": ") +
         QString::fromStdString(table.problem.empty() ? "行がありません" : table.problem));
-    return false;
+    return;
   }
   live_ = false;  // a file shown is not replaced by the next run's samples
   traces_ = TrendTraces(table);
-  ShowTraces(QFileInfo(path).fileName());
-  QString said = QString::number(files.size()) + QStringLiteral(" ファイル、") +
+  ShowTraces(name);
+  QString said = QString::number(loaded.files.size()) + QStringLiteral(" ファイル、") +
                  QString::number(table.times.size()) + QStringLiteral(" 行");
   if (!table.problem.empty()) said += QStringLiteral("　") + QString::fromStdString(table.problem);
   status_->setText(said);
-  return true;
+  logShown_ = true;
 }
 
 bool TrendWindow::SavePicture(const QString& path) {
-  QImage image(plot_->size(), QImage::Format_RGB32);
-  QPainter painter(&image);
-  PaintTrend(painter, image.rect(), traces_, plot_->Frame());
-  painter.end();
-  return image.save(path, "PNG");
+  return SaveTrendPicture(path, plot_->size(), traces_, plot_->Frame());
 }
 
 void TrendWindow::AskForLog() {
@@ -146,8 +162,8 @@ void TrendWindow::AskForLog() {
 }
 
 void TrendWindow::AskForPicture() {
-  const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("画像を保存"), {},
-                                                    QStringLiteral("PNG 画像 (*.png)"));
+  const QString path = QFileDialog::getSaveFileName(
+      this, QStringLiteral("画像を保存"), {}, QStringLiteral("PNG 画像 (*.png);;SVG 画像 (*.svg)"));
   if (path.isEmpty()) return;
   if (!SavePicture(path)) status_->setText(QStringLiteral("画像を保存できません: ") + path);
 }

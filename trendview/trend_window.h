@@ -4,11 +4,14 @@
 #include <QPushButton>
 #include <QTimer>
 #include <QWidget>
+#include <atomic>
+#include <future>
 #include <memory>
 
 #include "devices/KVR_USB_Probe.h"
 #include "sampling/sample_tap.h"
 #include "state/ELM327_Info.h"
+#include "trend/log_table.h"
 #include "trend/trend_traces.h"
 #include "trendview/trend_plot.h"
 
@@ -26,9 +29,12 @@ class TrendWindow final : public QWidget {
               QWidget* parent = nullptr);
   ~TrendWindow() override;
 
-  // Shows the run `path` belongs to; false, said in the window, when
-  // nothing of it can be read.
-  bool OpenLog(const QString& path);
+  // Shows the run `path` belongs to, read on a thread of its own while the
+  // window says how far it is; what cannot be read is said in the window.
+  void OpenLog(const QString& path);
+  bool Loading() const { return loading_.valid(); }
+  // Whether the last log opened is shown (after its loading).
+  bool LogShown() const { return logShown_; }
   bool SavePicture(const QString& path);
 
   TrendPlot& Plot() { return *plot_; }
@@ -46,6 +52,17 @@ class TrendWindow final : public QWidget {
   void ChannelsChanged();
   void AskForLog();
   void AskForPicture();
+  void TakeLoadedLog();
+
+  struct LoadedLog {
+    QString path;
+    LogTable table;
+    std::vector<std::string> files;
+  };
+  std::future<LoadedLog> loading_;
+  std::atomic<int> filesRead_{0};
+  QTimer loadPace_;
+  bool logShown_ = false;
 
   const ELM327_Info* device_;
   const KVR_USB_Probe* probes_;

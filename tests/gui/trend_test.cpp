@@ -71,7 +71,9 @@ class TrendTest : public QObject {
     trend.resize(900, 500);
     trend.show();
     QVERIFY(QTest::qWaitForWindowExposed(&trend));
-    QVERIFY(trend.OpenLog(QString::fromStdString(log.string())));
+    trend.OpenLog(QString::fromStdString(log.string()));
+    QTRY_VERIFY(!trend.Loading());
+    QVERIFY(trend.LogShown());
     QCOMPARE(trend.windowTitle(),
              QStringLiteral("タヴェリン Ver1.11　　- トレンド -　SD26112410-001.csv"));
     QCOMPARE(trend.StatusText(), QStringLiteral("1 ファイル、200 行"));
@@ -96,7 +98,9 @@ class TrendTest : public QObject {
 
     trend.Channels().item(0)->setCheckState(Qt::Unchecked);
     QVERIFY(plot.Frame().shown.empty());
-    QVERIFY(!trend.OpenLog(QString::fromStdString((folder.Path() / "none.csv").string())));
+    trend.OpenLog(QString::fromStdString((folder.Path() / "none.csv").string()));
+    QTRY_VERIFY(!trend.Loading());
+    QVERIFY(!trend.LogShown());
     QVERIFY(trend.StatusText().contains(QStringLiteral("開けません")));
   }
 
@@ -118,6 +122,13 @@ class TrendTest : public QObject {
     };
     QVERIFY(inkIn(200, 160, 177) && !inkIn(200, 0, 20));
     QVERIFY(inkIn(380, 0, 20) && !inkIn(380, 160, 177));
+
+    const std::string svg = (folder.Path() / "trend.svg").string();
+    QCOMPARE(RunPlot({"--plot", log, "--output", svg, "--size", "400x200"}), 0);
+    std::ifstream svgText(svg);
+    const std::string svgStart((std::istreambuf_iterator<char>(svgText)), {});
+    QVERIFY(svgStart.find("<svg width=") != std::string::npos);
+    QVERIFY(svgStart.find("viewBox=\"0 0 400 200\"") != std::string::npos);
 
     QCOMPARE(RunPlot({"--plot", log, "--output", png, "--channels", "2"}), 2);
     QCOMPARE(RunPlot({"--plot", log, "--output", png, "--size", "9x9"}), 2);
