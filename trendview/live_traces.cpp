@@ -53,6 +53,30 @@ std::vector<std::string> LiveLabels(const TapSample& first, const ELM327_Info& d
   return labels;
 }
 
+std::vector<int32_t> LiveColours(const TapSample& first, const ELM327_Info& device,
+                                 const KVR_USB_Probe* probes) {
+  constexpr Colour kDefaultLed = 0x00FF00;
+  constexpr Colour kDefaultText = 0xE0E0E0;
+  std::vector<int32_t> colours;
+  ForEachInput(first, [&](int channel, int input, double) {
+    Colour colour = -1;
+    if (first.mode == 4) {
+      if (probes != nullptr) {
+        const Colour own = probes->AN_pin_FontColor(static_cast<int16_t>(channel * 6 + input));
+        if (own != kDefaultText) colour = own;
+      }
+    } else if (input < 0) {
+      const Colour own = device.usbio_FontColor(static_cast<int16_t>(channel));
+      if (own != kDefaultText) colour = own;
+    } else {
+      const Colour own = device.bit_LEDColor(static_cast<int16_t>(channel * 8 + input));
+      if (own != kDefaultLed) colour = own;
+    }
+    colours.push_back(colour);
+  });
+  return colours;
+}
+
 void LiveValues(const TapSample& sample, std::vector<float>& values) {
   values.clear();
   ForEachInput(sample,

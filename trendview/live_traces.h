@@ -13,6 +13,11 @@ namespace tavelin {
 // probe pin's value in mode 4.
 std::vector<std::string> LiveLabels(const TapSample& first, const ELM327_Info& device,
                                     const KVR_USB_Probe* probes);
+// Each trace's own colour (0xRRGGBB) where the settings give one other
+// than the default (a bit's LED colour, a channel's or pin's text colour);
+// -1 where they do not.
+std::vector<int32_t> LiveColours(const TapSample& first, const ELM327_Info& device,
+                                 const KVR_USB_Probe* probes);
 // One sample's values, in the order of LiveLabels of its run.
 void LiveValues(const TapSample& sample, std::vector<float>& values);
 

@@ -77,7 +77,9 @@ void PaintTrend(QPainter& painter, const QRect& area, const TrendTraces& traces,
     const std::size_t trace = frame.shown[static_cast<std::size_t>(lane)];
     const int top = plot.top() + plot.height() * lane / std::max(lanes, 1);
     const int bottom = plot.top() + plot.height() * (lane + 1) / std::max(lanes, 1) - 1;
-    const QColor colour = TraceColour(static_cast<std::size_t>(lane));
+    const bool own = trace < frame.colours.size() && frame.colours[trace] >= 0;
+    const QColor colour = own ? QColor::fromRgb(static_cast<QRgb>(frame.colours[trace]))
+                              : TraceColour(static_cast<std::size_t>(lane));
     painter.setPen(QColor(0xc8, 0xc8, 0xc8));
     painter.drawLine(area.left(), bottom, area.right(), bottom);
     painter.setPen(colour);
@@ -169,6 +171,11 @@ void TrendPlot::SetTraces(const TrendTraces* traces) {
 
 void TrendPlot::SetShown(std::vector<std::size_t> shown) {
   frame_.shown = std::move(shown);
+  update();
+}
+
+void TrendPlot::SetColours(std::vector<int32_t> colours) {
+  frame_.colours = std::move(colours);
   update();
 }
 

@@ -16,6 +16,8 @@ struct TrendFrame {
   double fromMs = 0.0;
   double toMs = 1000.0;
   std::optional<double> cursorMs;
+  // A trace's own colour (0xRRGGBB), by trace; -1 or none: the lane's.
+  std::vector<int32_t> colours;
 };
 
 // The colour of the n-th trace shown: distinct, and dark enough to read on
@@ -44,6 +46,7 @@ class TrendPlot final : public QWidget {
 
   void SetTraces(const TrendTraces* traces);
   void SetShown(std::vector<std::size_t> shown);
+  void SetColours(std::vector<int32_t> colours);
   // The traces grew: keep following the newest, if the view does.
   void SamplesAdded();
   void ShowWholeRun();

@@ -100,6 +100,7 @@ void TrendWindow::TakeLiveSamples() {
       run_ = sample.run;
       traces_.SetLabels(LiveLabels(sample, *device_, probes_));
       ShowTraces({});
+      plot_->SetColours(LiveColours(sample, *device_, probes_));
       status_->setText(QStringLiteral("計測中"));
     }
     LiveValues(sample, values_);
@@ -143,6 +144,7 @@ void TrendWindow::TakeLoadedLog() {
   }
   live_ = false;  // a file shown is not replaced by the next run's samples
   traces_ = TrendTraces(table);
+  plot_->SetColours({});
   ShowTraces(name);
   QString said = QString::number(loaded.files.size()) + QStringLiteral(" ファイル、") +
                  QString::number(table.times.size()) + QStringLiteral(" 行");

@@ -36,7 +36,10 @@ class TrendTest : public QObject {
 
   void followsARunLiveAtMostOneSampleAMillisecond() {
     ProgramFolder folder;
-    SaveSettings(folder, 3, [](ELM327_Info& device) { device.usbio_comment(0) = "炉温"; });
+    SaveSettings(folder, 3, [](ELM327_Info& device) {
+      device.usbio_comment(0) = "炉温";
+      device.usbio_FontColor(0) = 0x8B0000;  // the channel's own colour
+    });
     Simulation simulation("usbio 0 prepared constant 7\n");
     const auto booted = Boot(folder);
     ViewFrame& view = *booted->form1->ShownView();
@@ -59,6 +62,7 @@ class TrendTest : public QObject {
     QCOMPARE(trend->Plot().Frame().fromMs, 0.0);
     QVERIFY(trend->Plot().Frame().toMs >= traces.LastMs());
     QCOMPARE(trend->Channels().count(), 1);
+    QCOMPARE(trend->Plot().Frame().colours, std::vector<int32_t>{0x8B0000});
     trend->close();  // deletes itself, and the run's hand-off has no reader
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QVERIFY(!booted->form1->TheFormBG().Sample_Tap.Attached());
