@@ -80,10 +80,7 @@ void Redraw(benchmark::State& state) {
   frame.toMs = state.range(0) != 0 ? 1801000.0 : traces.LastMs();
   frame.cursorMs = (frame.fromMs + frame.toMs) / 2;
   QImage image(1600, 1000, QImage::Format_RGB32);
-  for (auto _ : state) {
-    QPainter painter(&image);
-    PaintTrend(painter, image.rect(), traces, frame);
-  }
+  for (auto _ : state) RenderTrend(image, traces, frame);
   state.counters["trace_MB"] = static_cast<double>(traces.MemoryBytes()) / 1e6;
 }
 BENCHMARK(Redraw)->Arg(0)->Arg(1)->ArgNames({"zoomed_to_1s"})->Unit(benchmark::kMillisecond);

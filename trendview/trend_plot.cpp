@@ -8,6 +8,7 @@
 #include <QWheelEvent>
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 namespace tavelin {
 namespace {
@@ -32,6 +33,11 @@ QString TimeText(double ms, double step) {
   return QString::number(ms, 'f', step >= 1.0 ? 0 : 2) + " ms";
 }
 
+// The nearest whole pixel (positions here are never far from the image).
+int Pixel(double position) {
+  return static_cast<int>(std::floor(position + 0.5));
+}
+
 QString ValueText(float value) {
   return QString::number(static_cast<double>(value), 'g', 6);
 }
@@ -48,11 +54,22 @@ QColor TraceColour(std::size_t n) {
   return kColours[n % std::size(kColours)];
 }
 
-void PaintTrend(QPainter& painter, const QRect& area, const TrendTraces& traces,
-                const TrendFrame& frame) {
+namespace {
+
+// A lane's strokes in whole pixels, and where they go: the painter's
+// lines, or pixels written straight into an image.
+using StrokeSink = std::function<void(const std::vector<QLine>&, const QColor&)>;
+
+// The plot area of `area`: right of the traces' names, above the time axis.
+QRect PlotArea(const QRect& area) {
+  return QRect(area.left() + kLabelWidth, area.top(), area.width() - kLabelWidth,
+               area.height() - kAxisHeight);
+}
+
+void PaintLanes(QPainter& painter, const QRect& area, const TrendTraces& traces,
+                const TrendFrame& frame, const StrokeSink& sink) {
   painter.fillRect(area, Qt::white);
-  const QRect plot(area.left() + kLabelWidth, area.top(), area.width() - kLabelWidth,
-                   area.height() - kAxisHeight);
+  const QRect plot = PlotArea(area);
   if (plot.width() <= 0 || plot.height() <= 0 || !(frame.toMs > frame.fromMs)) return;
   const double msPerPixel = (frame.toMs - frame.fromMs) / plot.width();
   const auto xOf = [&](double ms) { return plot.left() + (ms - frame.fromMs) / msPerPixel; };
@@ -92,8 +109,7 @@ void PaintTrend(QPainter& painter, const QRect& area, const TrendTraces& traces,
     const double high = range.max > range.min ? range.max : range.min + 1.0;
     const int margin = std::min(4, (bottom - top) / 6);
     const auto yOf = [&](float v) {
-      return static_cast<int>(
-          std::lround(bottom - margin - (v - low) / (high - low) * (bottom - top - 2 * margin)));
+      return Pixel(bottom - margin - (v - low) / (high - low) * (bottom - top - 2 * margin));
     };
     const auto columns = traces.Columns(trace, bounds);
     strokes.clear();
@@ -114,9 +130,17 @@ void PaintTrend(QPainter& painter, const QRect& area, const TrendTraces& traces,
       previous = c;
       previousX = px;
     }
-    painter.drawLines(strokes.data(), static_cast<int>(strokes.size()));
+    sink(strokes, colour);
   }
+}
 
+// The cursor line and the box of every shown value at it.
+void PaintCursor(QPainter& painter, const QRect& area, const TrendTraces& traces,
+                 const TrendFrame& frame) {
+  const QRect plot = PlotArea(area);
+  if (plot.width() <= 0 || !(frame.toMs > frame.fromMs)) return;
+  const double msPerPixel = (frame.toMs - frame.fromMs) / plot.width();
+  const auto xOf = [&](double ms) { return plot.left() + (ms - frame.fromMs) / msPerPixel; };
   if (frame.cursorMs && *frame.cursorMs >= frame.fromMs && *frame.cursorMs <= frame.toMs) {
     const double x = xOf(*frame.cursorMs);
     painter.setPen(QPen(Qt::black, 1, Qt::DashLine));
@@ -139,6 +163,73 @@ void PaintTrend(QPainter& painter, const QRect& area, const TrendTraces& traces,
   }
 }
 
+// An image's pixels for writing strokes straight into them.
+class Pixels {
+ public:
+  explicit Pixels(QImage& image)
+      : bits_(image.bits()),
+        stride_(image.bytesPerLine()),
+        width_(image.width()),
+        height_(image.height()) {}
+  // A vertical run of pixels, clipped to the image.
+  void FillColumn(int x, int y0, int y1, QRgb colour) {
+    if (x < 0 || x >= width_) return;
+    if (y0 > y1) std::swap(y0, y1);
+    y0 = std::max(y0, 0);
+    y1 = std::min(y1, height_ - 1);
+    for (int y = y0; y <= y1; ++y) reinterpret_cast<QRgb*>(bits_ + y * stride_)[x] = colour;
+  }
+
+ private:
+  uchar* bits_;
+  qsizetype stride_;
+  int width_, height_;
+};
+
+}  // namespace
+
+void PaintTrend(QPainter& painter, const QRect& area, const TrendTraces& traces,
+                const TrendFrame& frame) {
+  PaintLanes(painter, area, traces, frame, [&](const std::vector<QLine>& lines, const QColor& c) {
+    painter.setPen(c);
+    painter.drawLines(lines.data(), static_cast<int>(lines.size()));
+  });
+  PaintCursor(painter, area, traces, frame);
+}
+
+// The strokes are written into the pixels directly, a column at a time
+// (through the painter they were most of a redraw's cost).
+void RenderTrend(QImage& image, const TrendTraces& traces, const TrendFrame& frame) {
+  std::vector<std::pair<std::vector<QLine>, QColor>> lanes;
+  {
+    QPainter painter(&image);
+    PaintLanes(
+        painter, image.rect(), traces, frame,
+        [&](const std::vector<QLine>& lines, const QColor& c) { lanes.emplace_back(lines, c); });
+  }
+  Pixels pixels(image);
+  for (const auto& [lines, colour] : lanes) {
+    const QRgb rgb = colour.rgb();
+    for (QLine line : lines) {
+      if (line.x1() > line.x2()) line = QLine(line.p2(), line.p1());
+      const int dx = line.x2() - line.x1();
+      if (dx == 0) {
+        pixels.FillColumn(line.x1(), line.y1(), line.y2(), rgb);
+        continue;
+      }
+      // Each column the line crosses gets the heights it spans there.
+      const double slope = static_cast<double>(line.y2() - line.y1()) / dx;
+      for (int x = line.x1(); x <= line.x2(); ++x) {
+        const double from = std::clamp(x - 0.5 - line.x1(), 0.0, static_cast<double>(dx));
+        const double to = std::clamp(x + 0.5 - line.x1(), 0.0, static_cast<double>(dx));
+        pixels.FillColumn(x, Pixel(line.y1() + slope * from), Pixel(line.y1() + slope * to), rgb);
+      }
+    }
+  }
+  QPainter painter(&image);
+  PaintCursor(painter, image.rect(), traces, frame);
+}
+
 bool SaveTrendPicture(const QString& path, const QSize& size, const TrendTraces& traces,
                       const TrendFrame& frame) {
   if (path.endsWith(QStringLiteral(".svg"), Qt::CaseInsensitive)) {
@@ -153,9 +244,7 @@ bool SaveTrendPicture(const QString& path, const QSize& size, const TrendTraces&
     return painter.end() && QFileInfo(path).size() > 0;
   }
   QImage image(size, QImage::Format_RGB32);
-  QPainter painter(&image);
-  PaintTrend(painter, image.rect(), traces, frame);
-  painter.end();
+  RenderTrend(image, traces, frame);
   return image.save(path, "PNG");
 }
 
@@ -228,12 +317,13 @@ double TrendPlot::TimeAtX(double x) const {
 }
 
 void TrendPlot::paintEvent(QPaintEvent*) {
-  QPainter painter(this);
+  if (canvas_.size() != size()) canvas_ = QImage(size(), QImage::Format_RGB32);
   if (traces_ != nullptr) {
-    PaintTrend(painter, rect(), *traces_, frame_);
+    RenderTrend(canvas_, *traces_, frame_);
   } else {
-    painter.fillRect(rect(), Qt::white);
+    canvas_.fill(Qt::white);
   }
+  QPainter(this).drawImage(0, 0, canvas_);
 }
 
 void TrendPlot::wheelEvent(QWheelEvent* event) {

@@ -1,11 +1,13 @@
 #pragma once
 #include <QColor>
+#include <QImage>
 #include <QWidget>
 #include <optional>
 #include <vector>
 
 #include "trend/trend_traces.h"
 
+class QImage;
 class QPainter;
 
 namespace tavelin {
@@ -30,6 +32,10 @@ QColor TraceColour(std::size_t n);
 // `tavelin --plot` draw with it.
 void PaintTrend(QPainter& painter, const QRect& area, const TrendTraces& traces,
                 const TrendFrame& frame);
+
+// The same picture drawn into an image: what the window shows and a PNG
+// holds, its strokes written into the pixels.
+void RenderTrend(QImage& image, const TrendTraces& traces, const TrendFrame& frame);
 
 // The same picture into a file: SVG when its name ends in .svg, else PNG.
 // False when the file cannot be written.
@@ -73,6 +79,7 @@ class TrendPlot final : public QWidget {
   TrendFrame frame_;
   bool following_ = true;
   std::optional<double> dragFromX_;
+  QImage canvas_;  // drawn into, then shown
   double dragFromMs_ = 0.0;
 };
 
