@@ -75,6 +75,36 @@ MinMaxPyramid::Extremes TrendTraces::Range(std::size_t trace) const {
   return traces_.at(trace).Over(0, times_.size());
 }
 
+void TrendTraces::CompactOlder(std::size_t keepRecent) {
+  constexpr std::size_t kBlock = MinMaxPyramid::kFactor;
+  const std::size_t older =
+      times_.size() > keepRecent ? (times_.size() - keepRecent) / kBlock * kBlock : 0;
+  if (older == 0) return;
+  std::vector<double> times;
+  std::vector<MinMaxPyramid> traces(traces_.size());
+  times.reserve(older / 4 + (times_.size() - older));
+  for (std::size_t first = 0; first < older; first += kBlock) {
+    times.push_back(times_[first]);
+    times.push_back(times_[first + kBlock / 2]);
+  }
+  times.insert(times.end(), times_.begin() + static_cast<std::ptrdiff_t>(older), times_.end());
+  for (std::size_t t = 0; t < traces_.size(); ++t) {
+    const MinMaxPyramid& from = traces_[t];
+    for (std::size_t first = 0; first < older; first += kBlock) {
+      std::size_t low = first, high = first;
+      for (std::size_t i = first; i < first + kBlock; ++i) {
+        if (from.At(i) < from.At(low)) low = i;
+        if (from.At(i) > from.At(high)) high = i;
+      }
+      traces[t].Append(from.At(std::min(low, high)));
+      traces[t].Append(from.At(std::max(low, high)));
+    }
+    for (std::size_t i = older; i < from.Size(); ++i) traces[t].Append(from.At(i));
+  }
+  times_ = std::move(times);
+  traces_ = std::move(traces);
+}
+
 std::size_t TrendTraces::MemoryBytes() const {
   std::size_t bytes = times_.capacity() * sizeof(double);
   for (const MinMaxPyramid& pyramid : traces_) bytes += pyramid.MemoryBytes();

@@ -42,6 +42,11 @@ class TrendTraces {
   // The extremes of a whole trace, for its vertical scale.
   MinMaxPyramid::Extremes Range(std::size_t trace) const;
   std::size_t MemoryBytes() const;
+  // Bounds a long live run's memory without hiding anything: the samples
+  // before the newest `keepRecent` are replaced, eight by eight, by each
+  // block's minimum and maximum in the order they came (two samples for
+  // eight), so every trace keeps its extremes at every zoom.
+  void CompactOlder(std::size_t keepRecent);
 
  private:
   std::size_t IndexAt(double timeMs) const;  // the first sample at or after

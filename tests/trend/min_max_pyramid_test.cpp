@@ -75,5 +75,26 @@ TEST(TrendTraces, ColumnsHoldTheSamplesWhoseTimeFallsInThem) {
   EXPECT_THROW(traces.Append(4000, {1.0f}), std::invalid_argument);
 }
 
+// A long live run compacted: older samples keep their extremes, eight to
+// two, in order; the newest ones stay whole.
+TEST(TrendTraces, CompactingKeepsEveryExtremeAndTheNewestSamples) {
+  TrendTraces traces;
+  traces.SetLabels({"a"});
+  for (int ms = 0; ms < 1000; ++ms) {
+    traces.Append(ms, {ms == 333 ? -5.0f : ms == 334 ? 7.0f : float(ms % 3)});
+  }
+  traces.CompactOlder(100);
+  EXPECT_EQ(traces.Samples(), 896u / 4 + 104u);  // 112 blocks of the oldest 896, then 104 whole
+  EXPECT_EQ(traces.Range(0).min, -5.0f);
+  EXPECT_EQ(traces.Range(0).max, 7.0f);
+  const auto columns = traces.Columns(0, 328, 336, 1);
+  EXPECT_EQ(columns[0].min, -5.0f) << "the pulse keeps its place in time";
+  EXPECT_EQ(columns[0].max, 7.0f);
+  float value = 0.0f;
+  ASSERT_TRUE(traces.ValueAt(0, 950, value));
+  EXPECT_EQ(value, float(950 % 3)) << "the newest samples are whole";
+  EXPECT_EQ(traces.LastMs(), 999.0);
+}
+
 }  // namespace
 }  // namespace tavelin
