@@ -94,6 +94,33 @@ void AddLogOptions(CLI::App& command, RunOptions& run) {
   AddFormatOption(command, run.format, "ログの形式: csv、または xls のワークブック");
 }
 
+// The broker's options, for record and for publish.
+void AddPublishOptions(CLI::App& command, PublishOptions& publish) {
+  command
+      .add_option("--publish", publish.url,
+                  "記録する行を MQTT ブローカーにも送ります (mqtts:// は TLS)。パスワードは "
+                  "--password-file か環境変数 TAVELIN_MQTT_PASSWORD で渡します")
+      ->check(kUtf8Text)
+      ->type_name("mqtt://[USER@]HOST[:PORT]/PREFIX");
+  command.add_option("--bench", publish.bench, "ベンチ名: トピックは PREFIX/NAME/rows")
+      ->check(kUtf8Text)
+      ->type_name("NAME");
+  command.add_option("--ca", publish.caFile, "mqtts: 信頼する CA 証明書 (既定: システムの証明書)")
+      ->check(kUtf8Text)
+      ->type_name("FILE");
+  command
+      .add_option("--password-file", publish.passwordFile, "パスワードを 1 行目に書いたファイル")
+      ->check(kUtf8Text)
+      ->type_name("FILE");
+  command
+      .add_option_function<std::string>(
+          "--mqtt-version",
+          [&publish](const std::string& version) { publish.mqttVersion = version == "5" ? 5 : 4; },
+          "MQTT のバージョン (既定: 3.1.1)")
+      ->check(CLI::IsMember({"3.1.1", "5"}).description(""))
+      ->type_name("3.1.1|5");
+}
+
 }  // namespace
 
 namespace {
@@ -152,6 +179,7 @@ CommandLine ParseCommandLine(const std::vector<std::string>& words) {
       "ログを書きます");
   AddRunOptions(*record, line.run);
   AddLogOptions(*record, line.run);
+  AddPublishOptions(*record, line.publish);
 
   CLI::App* settings = app.add_subcommand(
       "settings", "設定ファイルを表示し、表示モードを変え、または既定値に戻します");
@@ -182,7 +210,18 @@ CommandLine ParseCommandLine(const std::vector<std::string>& words) {
       "--check", line.checkDevices,
       "デバイスマップの各行に一度問い合わせ、応答しない行があれば状態 1 で終わります");
 
-  for (CLI::App* command : {monitor, record, settings, recover, devices}) {
+  CLI::App* publish = app.add_subcommand(
+      "publish",
+      "ブローカーに送れずに保留した行 (ブローカーが止まっていた計測の行) を、古い順に送ります");
+  publish->add_flag("--drain", line.publish.drain, "保留した行をすべて送って終わります")
+      ->required();
+  AddPublishOptions(*publish, line.publish);
+  publish
+      ->add_option("--wait", line.publish.waitSeconds, "送り終えるのを最長 S 秒待ちます (既定 60)")
+      ->check(NumberIn(0, 86400, false, false))
+      ->type_name("S");
+
+  for (CLI::App* command : {monitor, record, settings, recover, devices, publish}) {
     command->group("コマンド");
     command->set_help_flag();
     command->option_defaults()->group("オプション");
@@ -210,7 +249,7 @@ CommandLine ParseCommandLine(const std::vector<std::string>& words) {
     line.output = status == 0 ? out.str() : err.str();
     return line;
   }
-  for (CLI::App* command : {monitor, record, settings, recover, devices}) {
+  for (CLI::App* command : {monitor, record, settings, recover, devices, publish}) {
     if (command->parsed()) line.command = command->get_name();
   }
   return line;

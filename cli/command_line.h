@@ -16,11 +16,12 @@ struct SettingsOptions {
 // The command line, read once: what to run and with which options. Text
 // that goes into settings or logs is valid UTF-8 by the time it is here.
 struct CommandLine {
-  std::string command;  // monitor, record, settings, recover, devices
+  std::string command;  // monitor, record, settings, recover, devices, publish
   RunOptions run;
   SettingsOptions settings;
   RecoverOptions recover;
   bool checkDevices = false;  // devices --check
+  PublishOptions publish;     // record --publish, publish --drain
   // Set when reading the line ended the program: 0 after --help, 2 after a
   // mistake; `output` is then what to print (stdout for 0, stderr for 2).
   std::optional<int> exitStatus;

@@ -36,7 +36,7 @@ std::string NothingToSample(const ConsoleSession& session, int mode) {
 RunSummary RunSampling(
     ConsoleSession& session, SamplingView& view, const RunOptions& options,
     const std::function<void(double elapsedSeconds, const FormBG& engine)>& onIdle,
-    const std::function<void(const WrittenLog&)>& onLogWritten) {
+    const std::function<void(const WrittenLog&)>& onLogWritten, RowConsumer* rows) {
   const Kvr100EntryPoints& clock = session.libraries.kvr100.api;
   PolledEventLoop loop(clock.kv_timeGetTime);
   PolledTimer timerBackView(loop, kSamplingTimerIntervalMs);
@@ -56,6 +56,7 @@ RunSummary RunSampling(
   engine.USB_IO = &session.USB_IO;
   engine.USB_Probe = &session.USB_Probe;
   engine.obj_Form = &view;
+  engine.Row_Consumer = rows;
 
   const StopSignals stopSignals;  // each is the Disconnect button
   const double connectedAt = clock.kv_timeGetTime();

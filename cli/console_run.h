@@ -23,11 +23,13 @@ struct RunSummary {
   std::string journal;
 };
 
-// `onLogWritten` hears of every log file the run writes.
+// `onLogWritten` hears of every log file the run writes; `rows`, when
+// given, takes every logged row beside the log.
 RunSummary RunSampling(
     ConsoleSession& session, SamplingView& view, const RunOptions& options,
     const std::function<void(double elapsedSeconds, const FormBG& engine)>& onIdle,
-    const std::function<void(const WrittenLog&)>& onLogWritten = nullptr);
+    const std::function<void(const WrittenLog&)>& onLogWritten = nullptr,
+    RowConsumer* rows = nullptr);
 
 // Exit statuses of the console's runs besides 0, 1 (a file or the journal
 // failed) and 2 (the command line).

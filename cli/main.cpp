@@ -6,6 +6,7 @@
 #include "cli/command_line.h"
 #include "cli/devices_command.h"
 #include "cli/monitor_command.h"
+#include "cli/publish_command.h"
 #include "cli/record_command.h"
 #include "cli/recover_command.h"
 #include "cli/settings_command.h"
@@ -21,7 +22,8 @@ int main(int argc, char** argv) {
   const std::string folder = tavelin::ProgramFolder();
   try {
     if (line.command == "monitor") return RunMonitor(line.run, folder);
-    if (line.command == "record") return RunRecord(line.run, folder);
+    if (line.command == "record") return RunRecord(line.run, folder, line.publish);
+    if (line.command == "publish") return RunPublish(line.publish);
     if (line.command == "recover") return RunRecover(line.recover, folder);
     if (line.command == "devices") return RunDevices(folder, line.checkDevices);
     return RunSettings(line.settings, folder);

@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "cli/console_run.h"
+#include "cli/publish_command.h"
 #include "cli/recover_command.h"
 #include "cli/terminal_view.h"
 #include "logging/journal_recovery.h"
@@ -53,7 +54,8 @@ void WarnOfCsvRollovers(const ELM327_Info& device, const RunOptions& options) {
 
 }  // namespace
 
-int RunRecord(const RunOptions& options, const std::string& programFolder) {
+int RunRecord(const RunOptions& options, const std::string& programFolder,
+              const PublishOptions& publish) {
   auto session = BootConsole(programFolder, std::cerr);
   if (!session) return 1;
   std::cerr << LeftoverNotice();
@@ -86,6 +88,15 @@ int RunRecord(const RunOptions& options, const std::string& programFolder) {
               << "。記録した行はジャーナルに残ります\n";
   }
 
+  std::optional<PublishTarget> target;
+  if (publish.url) {
+    target = ConsolePublishTarget(publish, "record");
+    if (!target) return 2;
+  }
+  // Before the run: rows it hands over wait in the publisher until the end.
+  const std::unique_ptr<Publisher> publisher =
+      target ? StartConsolePublisher(*target, "record") : nullptr;
+
   TerminalView view(session->device, session->USB_IO, session->USB_Probe);
   const bool terminal = isatty(STDERR_FILENO) != 0;
   double shownAt = -kProgressSeconds;
@@ -102,7 +113,9 @@ int RunRecord(const RunOptions& options, const std::string& programFolder) {
         [&](const WrittenLog& log) {
           if (terminal) std::cerr << "\r\x1b[K";
           std::cout << log.path << "\n" << std::flush;
-        });
+        },
+        publisher.get());
+    if (publisher) FinishConsolePublisher(*publisher, "record");
     std::cerr << Progress(summary.seconds, summary.rows, summary.files) << "\n" << Counts(summary);
     if (summary.rowsDiscarded > 0 && summary.rowsKeptInJournal == 0) return kRowsLeftOutStatus;
     if (summary.rowsKeptInJournal > 0) {

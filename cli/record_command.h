@@ -7,6 +7,8 @@ namespace tavelin::cli {
 
 // tavelin-cli record: a logged sampling run without a window, until the
 // given time is up or Ctrl+C; the last file is written as at Disconnect.
-int RunRecord(const RunOptions& options, const std::string& programFolder);
+// With a broker given, every logged row is published too.
+int RunRecord(const RunOptions& options, const std::string& programFolder,
+              const PublishOptions& publish = {});
 
 }  // namespace tavelin::cli

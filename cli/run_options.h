@@ -18,4 +18,15 @@ struct RunOptions {
   std::optional<int32_t> format;  // 1 .xls, 2 .csv
 };
 
+// Where the rows go besides the log: over publish.conf, as given.
+struct PublishOptions {
+  std::optional<std::string> url;  // --publish mqtt://[USER@]HOST[:PORT]/PREFIX
+  std::optional<std::string> bench;
+  std::optional<std::string> caFile;
+  std::optional<std::string> passwordFile;
+  std::optional<int> mqttVersion;  // 4 or 5
+  bool drain = false;              // publish --drain
+  double waitSeconds = 60.0;       // publish --drain: how long at most
+};
+
 }  // namespace tavelin::cli

@@ -49,4 +49,17 @@ std::string JournalFolder() {
   return state.empty() ? state : state + "/journal";
 }
 
+std::string ConfigFolder() {
+  const char* config = std::getenv("XDG_CONFIG_HOME");
+  if (config != nullptr && config[0] == '/') return std::string(config) + "/tavelin";
+  const char* home = std::getenv("HOME");
+  if (home == nullptr || home[0] != '/') return {};
+  return std::string(home) + "/.config/tavelin";
+}
+
+std::string SpoolFolder() {
+  const std::string state = StateFolder();
+  return state.empty() ? state : state + "/spool";
+}
+
 }  // namespace tavelin

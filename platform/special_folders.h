@@ -16,4 +16,11 @@ std::string StateFolder();
 // log folder is. Made on first use by the journal; empty without a home.
 std::string JournalFolder();
 
+// $XDG_CONFIG_HOME/tavelin (~/.config/tavelin): the settings that are
+// the user's, not the bench's (publish.conf); empty without a home.
+std::string ConfigFolder();
+
+// Where rows wait for the broker: $XDG_STATE_HOME/tavelin/spool.
+std::string SpoolFolder();
+
 }  // namespace tavelin

@@ -172,6 +172,9 @@ void FormBG::AnalogSamplingLoop() {
 
 void FormBG::SamplingLoop(Side side) {
   ScopeFlag looping(inLoop_);
+  // However the run ends, its row consumer hears of it.
+  const std::unique_ptr<FormBG, void (*)(FormBG*)> endRows(
+      this, [](FormBG* bg) { bg->EndRowConsumer(); });
   try {
     while (View().RxFlag == 1) {
       const double now = kvr100_.kv_timeGetTime();
@@ -214,7 +217,24 @@ void FormBG::PrepareRunLog() {
   Excel_DB.csv_DB_Initialize(0, USB_Probe, UsbIo(), Device());
   journal_.reset();  // a journal left by a run that failed stays on disk
   keptJournal_.reset();
-  if (Device().t_LogSave_Enable == 1) StartJournal();
+  if (Device().t_LogSave_Enable == 1) {
+    StartJournal();
+    StartRowConsumer();
+  }
+}
+
+void FormBG::StartRowConsumer() {
+  rowConsumer_ = Row_Consumer;
+  if (rowConsumer_ == nullptr) return;
+  rowHead_ = journal_ ? journal_->Head()
+                      : HeadOfRun(Device(), UsbIo(), USB_Probe, FolderName,
+                                  Excel_DB.Environment().programFolder);
+  rowConsumer_->RunStarted(rowHead_, Device().t_LogSampling);
+}
+
+void FormBG::EndRowConsumer() {
+  if (rowConsumer_ != nullptr) rowConsumer_->RunEnded();
+  rowConsumer_ = nullptr;
 }
 
 void FormBG::StartJournal() {
@@ -239,9 +259,11 @@ void FormBG::LogStep(double now, Side side) {
   } else {
     Excel_DB.Excel_AN_DataInput(UsbProbe(), UsbIo(), Device(), now_time);
   }
-  if (journal_) {
-    PackRow(journal_->Head(), UsbIo(), USB_Probe, journalRow_);
-    journal_->AddRow(now_time, journalRow_);
+  // One packing of the row for every taker beside the log.
+  if (journal_ || rowConsumer_ != nullptr) {
+    PackRow(journal_ ? journal_->Head() : rowHead_, UsbIo(), USB_Probe, journalRow_);
+    if (journal_) journal_->AddRow(now_time, journalRow_);
+    if (rowConsumer_ != nullptr) rowConsumer_->RowLogged(now_time, journalRow_);
   }
   Excel_DB.RollOverWhenFull([this](int32_t Output_ch) { WriteLogFile(Output_ch); });
 }

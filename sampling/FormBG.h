@@ -10,6 +10,7 @@
 #include "logging/log_environment.h"
 #include "logging/run_journal.h"
 #include "sampling/event_pump.h"
+#include "sampling/row_consumer.h"
 #include "sampling/sample_tap.h"
 #include "sampling/sampling_view.h"
 #include "state/ELM327_Info.h"
@@ -54,6 +55,8 @@ class FormBG {
   Excel_OutputDB Excel_DB;
   // Samples for a consumer at its own pace (the trend window).
   SampleTap Sample_Tap;
+  // Takes every logged row too (the publisher); none by default.
+  RowConsumer* Row_Consumer = nullptr;
   std::string FileName_Date;
   std::string FileName_No;
   std::string FolderName;
@@ -95,6 +98,8 @@ class FormBG {
 
   void PrepareRunLog();
   void StartJournal();
+  void StartRowConsumer();
+  void EndRowConsumer();
   void LogStep(double now, Side side);
   void WriteLastLogFile();
   void WriteLogFile(int32_t Output_ch);
@@ -113,6 +118,9 @@ class FormBG {
   // The journal of a logged run: what a crash would otherwise lose.
   std::unique_ptr<RunJournal> journal_;
   std::string journalRow_;
+  // The consumer of this run's rows, from its start to its end.
+  RowConsumer* rowConsumer_ = nullptr;
+  JournalHead rowHead_;
   std::optional<KeptJournal> keptJournal_;
 };
 
