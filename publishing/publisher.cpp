@@ -117,8 +117,7 @@ void Publisher::Work(PublishTarget target, Say say) {
                      [&] { return stopping_ || (finishing_ && !finishBy); });
     }
   }
-  sender.Close();
-  waitingRows_.store(sender.WaitingRows());
+  waitingRows_.store(sender.Close());
 }
 
 }  // namespace tavelin

@@ -248,7 +248,7 @@ void SpoolSender::SayOnce(const std::string& what) {
   if (say_) say_(what);
 }
 
-void SpoolSender::Close() {
+int64_t SpoolSender::Close() {
   if (Connected()) {
     Settle();
     client_->Publish(target_.Topic("state"), "offline", true);
@@ -261,7 +261,9 @@ void SpoolSender::Close() {
   for (Outgoing& o : spools_) {
     if (!o.live && o.spool->AllAcked()) o.spool->Remove();
   }
+  const int64_t waiting = WaitingRows();
   spools_.clear();
+  return waiting;
 }
 
 }  // namespace tavelin

@@ -39,8 +39,9 @@ class SpoolSender {
   int64_t WaitingRows() const;
   // The link's state and the rows waiting, in the window's words.
   LinkState State() const;
-  // The end: spools written and synced; the bench said offline.
-  void Close();
+  // The end: spools written and synced; the bench said offline. The rows
+  // still waiting.
+  int64_t Close();
 
  private:
   struct Outgoing {
