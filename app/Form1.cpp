@@ -2,6 +2,8 @@
 
 #include <QApplication>
 #include <QTimer>
+#include <filesystem>
+#include <iostream>
 
 #include "app/boot_windows.h"
 #include "devices/library_version_check.h"
@@ -11,6 +13,7 @@
 #include "dialogs/FormOption1.h"
 #include "dialogs/FormOptionAN.h"
 #include "dialogs/FormVersion.h"
+#include "dialogs/publish_dialog.h"
 #include "logging/journal_recovery.h"
 #include "logging/log_environment.h"
 #include "platform/special_folders.h"
@@ -42,6 +45,7 @@ Form1::Form1(BootEnvironment environment) : environment_(std::move(environment))
 
 Form1::~Form1() {
   delete trend_.data();  // before the engine whose samples it reads
+  if (formBG_) formBG_->Row_Consumer = nullptr;
 }
 
 bool Form1::BootRoutine() {
@@ -101,6 +105,7 @@ bool Form1::BootRoutine() {
   form2_->hide();
   OfferRecovery();
   OfferUnsavedSettings();
+  ApplyPublishSettings(ReadPublishSettings(PublishSettingsPath()));
   IgnoringErrors([&] { CheckExcelInstalled(device); });
   if (stopRequested_) {
     Form_QueryUnload();
@@ -314,6 +319,70 @@ void Form1::ShowTrend() {
   trend_->show();
   trend_->raise();
   trend_->activateWindow();
+}
+
+void Form1::ShowPublishSettings(ViewFrame& owner) {
+  QString link = QStringLiteral("配信していません");
+  if (publisher_) {
+    const std::lock_guard lock(publishNewsMutex_);
+    link = QStringLiteral("状態: ") + PublishStateText() +
+           (publishNews_.empty() ? QString() : QStringLiteral("\n") + Q(publishNews_));
+  }
+  PublishDialog dialog(&owner, device.Application_title, publishSettings_, link);
+  if (dialog.exec() != QDialog::Accepted) return;
+  const PublishSettings settings = dialog.Settings();
+  try {
+    const std::string path = PublishSettingsPath();
+    if (path.empty()) throw FileError("ホームフォルダーがありません");
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    WritePublishSettings(path, settings);
+  } catch (const std::exception& failure) {
+    Boxes().Critical(&owner, Q(device.Application_title),
+                     QStringLiteral("配信設定を保存できません: ") + Q(failure.what()));
+  }
+  ApplyPublishSettings(settings);
+}
+
+void Form1::ApplyPublishSettings(const PublishSettings& settings) {
+  // The ツール menu is closed during a run: no run holds the old publisher.
+  if (formBG_) formBG_->Row_Consumer = nullptr;
+  publisher_.reset();
+  publishSettings_ = settings;
+  std::string why;
+  const auto target = settings.enabled ? TargetOf(settings, why) : std::nullopt;
+  if (!why.empty()) std::cerr << "tavelin: 配信: " << why << "\n";
+  if (target) {
+    publisher_ = std::make_unique<Publisher>(*target, [this](const std::string& news) {
+      std::cerr << "tavelin: " << news << "\n";
+      const std::lock_guard lock(publishNewsMutex_);
+      publishNews_ = news;
+    });
+    if (formBG_) formBG_->Row_Consumer = publisher_.get();
+  }
+  if (!publishStateTimer_) {
+    publishStateTimer_ = std::make_unique<QTimer>();
+    QObject::connect(publishStateTimer_.get(), &QTimer::timeout, [this] { ShowPublishState(); });
+  }
+  ShowPublishState();
+  if (publisher_) {
+    publishStateTimer_->start(500);
+  } else {
+    publishStateTimer_->stop();
+  }
+}
+
+void Form1::ShowPublishState() {
+  const QString state = PublishStateText();
+  for (auto& view : views_) {
+    if (view) view->ShowPublishState(state);
+  }
+}
+
+QString Form1::PublishStateText() const {
+  if (!publisher_) return {};
+  const PublishStatus status = publisher_->Status();
+  if (status.state == LinkState::Sending) return QStringLiteral("送信中");
+  return QStringLiteral("再接続待ち %1 行").arg(status.waitingRows);
 }
 
 void Form1::HideHelp() {

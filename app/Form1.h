@@ -1,15 +1,18 @@
 #pragma once
 #include <QPointer>
+#include <QTimer>
 #include <QWidget>
 #include <array>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 
 #include "devices/KVR_USB_Probe.h"
 #include "devices/USB_IO_IF.h"
 #include "devices/device_libraries.h"
+#include "publishing/publisher.h"
 #include "sampling/FormBG.h"
 #include "settings/settings_kept_aside.h"
 #include "state/ELM327_Info.h"
@@ -71,7 +74,15 @@ class Form1 final : public ViewHost {
   void ShowHelp(int32_t kind) override;
   void HideHelp() override;
   void ShowTrend() override;
+  void ShowPublishSettings(ViewFrame& owner) override;
   void KeepSettings() override;
+
+  // Every logged row to the broker publish.conf names, while it says so;
+  // none when publishing is off or its settings cannot publish.
+  void ApplyPublishSettings(const PublishSettings& settings);
+  Publisher* ThePublisher() const { return publisher_.get(); }
+  // "送信中", "再接続待ち N 行", or empty without publishing.
+  QString PublishStateText() const;
 
   // The dialog of a Tool menu entry while it is open, else null.
   FormCommonSetting* TheFormCommonSetting() const;
@@ -109,6 +120,7 @@ class Form1 final : public ViewHost {
   void OfferUnsavedSettings();
   void Form_QueryUnload();
   void CloseOnceIdle(QPointer<ViewFrame> view);
+  void ShowPublishState();
 
   BootEnvironment environment_;
   std::optional<DeviceLibraries> libraries_;
@@ -120,6 +132,13 @@ class Form1 final : public ViewHost {
   std::unique_ptr<FormVersion> formVersion_;
   std::unique_ptr<FormHelp> formHelp_;
   QPointer<TrendWindow> trend_;  // deletes itself when closed
+  // After the engine: it goes first, and no run is under way then.
+  std::unique_ptr<Publisher> publisher_;
+  PublishSettings publishSettings_;
+  std::unique_ptr<QTimer> publishStateTimer_;
+  // The publisher's last news, from its thread.
+  mutable std::mutex publishNewsMutex_;
+  std::string publishNews_;
   std::array<std::unique_ptr<ViewFrame>, 4> views_;
   // The view each dialog belongs to: tied at a view's load, kept while the
   // dialog comes and goes.

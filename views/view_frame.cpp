@@ -108,6 +108,9 @@ void ViewFrame::BuildMenus() {
   }
   menu_tool_trend = menu_tool->addAction(QStringLiteral("トレンド表示"));
   QObject::connect(menu_tool_trend, &QAction::triggered, [this] { host_.ShowTrend(); });
+  menu_tool_publish = menu_tool->addAction(QStringLiteral("配信設定"));
+  QObject::connect(menu_tool_publish, &QAction::triggered,
+                   [this] { host_.ShowPublishSettings(*this); });
 
   menu_help = menuBar()->addMenu(QStringLiteral("ヘルプ(&H)"));
   menu_help_version = menu_help->addAction(QStringLiteral("バージョン情報(&A)"));
@@ -236,19 +239,25 @@ void ViewFrame::Form_Load() {
   Set_FormView();
 }
 
-void ViewFrame::Set_FormView() {
+QString ViewFrame::Title() const {
   switch (design_.viewCh) {
     case 1:
     case 2:
-      setWindowTitle(Q(device->Application_title2));
-      break;
+      return Q(device->Application_title2);
     case 3:
-      setWindowTitle(Q(device->Application_title) + QStringLiteral("　デジタル入力"));
-      break;
+      return Q(device->Application_title) + QStringLiteral("　デジタル入力");
     default:
-      setWindowTitle(Q(device->Application_title) + QStringLiteral("　アナログ入力"));
-      break;
+      return Q(device->Application_title) + QStringLiteral("　アナログ入力");
   }
+}
+
+void ViewFrame::ShowPublishState(const QString& state) {
+  if (device == nullptr) return;  // not loaded yet: its load sets the title
+  setWindowTitle(state.isEmpty() ? Title() : Title() + QStringLiteral("　［配信: %1］").arg(state));
+}
+
+void ViewFrame::Set_FormView() {
+  setWindowTitle(Title());
   View_DeviceLED();
   ShowText(TB_LogComment, Q(device->t_LogComment));
   SetBackColor(TB_LogComment, kCommentIdle);  // the text colour stays as it is

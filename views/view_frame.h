@@ -52,6 +52,9 @@ class ViewFrame : public QMainWindow, public SamplingView {
 
   void Form_Load();
   void Set_FormView();
+  // The link to the broker after the title, while rows are published; an
+  // empty state leaves the title as it is.
+  void ShowPublishState(const QString& state);
   void View_DeviceLED();
 
   // The controls, for the dialogs and the tests.
@@ -71,6 +74,7 @@ class ViewFrame : public QMainWindow, public SamplingView {
   QAction* menu_opt_search;
   QAction* menu_opt_write_usbio;  // digital views only
   QAction* menu_tool_trend = nullptr;
+  QAction* menu_tool_publish = nullptr;
   QAction* menu_help_version;
   // The two buttons from the keyboard: 接続 F5, 切断 Esc or F6. Their menu
   // stays usable during a run, unlike the three above.
@@ -107,6 +111,7 @@ class ViewFrame : public QMainWindow, public SamplingView {
   const FrameDesign design_;
 
  private:
+  QString Title() const;
   void BuildMenus();
   void SetMenusEnabled(bool enabled);
   void SetCommentLook(bool running);

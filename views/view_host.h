@@ -37,6 +37,8 @@ class ViewHost {
   virtual void HideHelp() = 0;
   // The trend window, live on the engine's samples; opened once, raised after.
   virtual void ShowTrend() = 0;
+  // The publishing settings (publish.conf), over `owner`.
+  virtual void ShowPublishSettings(ViewFrame& owner) = 0;
   // The settings in memory may have changed (a dialog closed, a run began
   // or ended): kept aside, so that a crash does not lose them.
   virtual void KeepSettings() = 0;

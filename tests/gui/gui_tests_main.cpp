@@ -18,6 +18,7 @@ int RunChannelSettingsTest(int argc, char** argv);
 int RunDeviceWriterTest(int argc, char** argv);
 int RunStopRequestTest(int argc, char** argv);
 int RunTrendTest(int argc, char** argv);
+int RunPublishTest(int argc, char** argv);
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
@@ -32,7 +33,8 @@ int main(int argc, char** argv) {
                                                               {"channels", RunChannelSettingsTest},
                                                               {"writer", RunDeviceWriterTest},
                                                               {"stop", RunStopRequestTest},
-                                                              {"trend", RunTrendTest}};
+                                                              {"trend", RunTrendTest},
+                                                              {"publish", RunPublishTest}};
   if (argc < 2) {
     int failures = 0;
     for (const auto& [name, run] : suites) failures += run(1, argv);
