@@ -8,6 +8,8 @@ namespace tavelin {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+constexpr auto kRoundEvery = std::chrono::milliseconds(10);
+constexpr auto kRetryRoundEvery = std::chrono::milliseconds(50);
 
 int64_t NowUnixMs() {
   return std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -103,7 +105,7 @@ void Publisher::Work(PublishTarget target, Say say) {
     for (RowEvent& event : taken) sender.Take(event);
     taken.clear();
     if (stop) break;
-    sender.Step(10);
+    sender.Step();
     state_.store(static_cast<int>(sender.State()), std::memory_order_relaxed);
     waitingRows_.store(sender.WaitingRows(), std::memory_order_relaxed);
     const auto now = Clock::now();
@@ -111,11 +113,12 @@ void Publisher::Work(PublishTarget target, Say say) {
                      (!sender.Connected() && now - sender.LastConnected() > patience))) {
       break;
     }
-    if (!sender.Connected()) {
-      std::unique_lock lock(mutex_);
-      wake_.wait_for(lock, std::chrono::milliseconds(50),
-                     [&] { return stopping_ || (finishing_ && !finishBy); });
-    }
+    // A round every few milliseconds takes the rows and acknowledgements
+    // that came meanwhile together: a wake-up for each would cost more
+    // than the row.
+    std::unique_lock lock(mutex_);
+    wake_.wait_for(lock, sender.Connected() ? kRoundEvery : kRetryRoundEvery,
+                   [&] { return stopping_ || (finishing_ && !finishBy); });
   }
   waitingRows_.store(sender.Close());
 }

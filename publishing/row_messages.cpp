@@ -68,17 +68,25 @@ void AppendRunFacts(std::string& out, const RunFacts& run) {
 }  // namespace
 
 std::string IsoTime(int64_t unixMs) {
-  const auto seconds =
-      static_cast<std::time_t>(unixMs >= 0 ? unixMs / 1000 : (unixMs - 999) / 1000);
-  const auto ms = static_cast<int>(unixMs - int64_t{seconds} * 1000);
-  std::tm local{};
-  localtime_r(&seconds, &local);
-  const int offset = static_cast<int>(local.tm_gmtoff / 60) % (24 * 60);
-  char text[96];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d.%03d%c%02d:%02d",
-                local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
-                local.tm_sec, ms, offset < 0 ? '-' : '+', std::abs(offset) / 60,
-                std::abs(offset) % 60);
+  const int64_t seconds = unixMs >= 0 ? unixMs / 1000 : (unixMs - 999) / 1000;
+  const auto ms = static_cast<int>(unixMs - seconds * 1000);
+  // A row a millisecond: the calendar is worked out once a second.
+  thread_local int64_t cachedSecond = -1;
+  thread_local char date[80];
+  thread_local char offset[16];
+  if (seconds != cachedSecond) {
+    const auto time = static_cast<std::time_t>(seconds);
+    std::tm local{};
+    localtime_r(&time, &local);
+    const int minutes = static_cast<int>(local.tm_gmtoff / 60) % (24 * 60);
+    std::snprintf(date, sizeof date, "%04d-%02d-%02dT%02d:%02d:%02d", local.tm_year + 1900,
+                  local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+    std::snprintf(offset, sizeof offset, "%c%02d:%02d", minutes < 0 ? '-' : '+',
+                  std::abs(minutes) / 60, std::abs(minutes) % 60);
+    cachedSecond = seconds;
+  }
+  char text[112];
+  std::snprintf(text, sizeof text, "%s.%03d%s", date, ms, offset);
   return text;
 }
 

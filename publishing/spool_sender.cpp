@@ -109,13 +109,13 @@ void SpoolSender::Spooled(bool retain, const char* leaf, const std::string& payl
   spools_.back().spool->Append(retain, target_.Topic(leaf), payload);
 }
 
-void SpoolSender::Step(int waitMs) {
+void SpoolSender::Step() {
   const auto now = Clock::now();
   WriteSpools(now);
   if (!Connected() && now >= nextConnect_) Connect(now);
   if (!Connected()) return;
   Send();
-  if (Connected() && !client_->Loop(waitMs)) {
+  if (Connected() && !client_->Loop(0)) {
     LinkLost(client_->LostReason());
     return;
   }

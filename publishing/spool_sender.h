@@ -31,9 +31,9 @@ class SpoolSender {
   // Spools that earlier runs left, not held by another, go first.
   void TakeLeftSpools();
   void Take(RowEvent& event);
-  // One round: spools to disk when due, the link (re)made when due,
-  // messages sent, acknowledgements read for at most `waitMs`.
-  void Step(int waitMs);
+  // One round, without waiting: spools to disk when due, the link
+  // (re)made when due, messages sent, the acknowledgements come so far read.
+  void Step();
   bool Connected() const { return client_ && client_->Connected(); }
   Clock::time_point LastConnected() const { return lastConnected_; }
   int64_t WaitingRows() const;

@@ -177,6 +177,25 @@ TEST(Publisher, ARefusedLoginIsSaidOnceAndTheRowsWait) {
   EXPECT_EQ(drain.Finish(30, 10), 0);
 }
 
+TEST(Publisher, TlsThatDoesNotVerifyIsSaidOnceAndItsOwnAuthoritySends) {
+  MosquittoBroker broker("", true);
+  TempFolder spool;
+  PublishTarget target =
+      TargetFor("mqtts://127.0.0.1:" + std::to_string(broker.Port()) + "/lab", spool.Path());
+  {
+    Said said;
+    Publisher publisher(target, said.Sink());
+    publisher.RunStarted(SixteenValues(), 1.0);
+    Feed(publisher, 1, 300);
+    publisher.RunEnded();
+    EXPECT_EQ(publisher.Finish(1, 0.5), 302) << "the system's authorities know no test's";
+    EXPECT_EQ(said.Count("TLS"), 1);
+  }
+  target.caFile = broker.CaFile();
+  Publisher drain(target, nullptr);
+  EXPECT_EQ(drain.Finish(30, 10), 0);
+}
+
 // The log's data rows: the fields of each line after the header's time line.
 std::vector<std::vector<double>> CsvRows(const fs::path& file) {
   std::ifstream in(file, std::ios::binary);

@@ -38,9 +38,26 @@ bool Accepts(int port) {
   return connected;
 }
 
+// A certificate authority of the test's own, and the broker's certificate.
+void MakeCertificates(const TempFolder& folder) {
+  folder.Write("san", "subjectAltName=IP:127.0.0.1\n");
+  const std::string in = "cd " + folder.Path().string() + " && ";
+  const char* steps[] = {
+      "openssl req -x509 -newkey rsa:2048 -nodes -keyout ca.key -out ca.pem -days 2 -subj "
+      "/CN=test-ca",
+      "openssl req -newkey rsa:2048 -nodes -keyout server.key -out server.csr -subj /CN=127.0.0.1",
+      "openssl x509 -req -in server.csr -CA ca.pem -CAkey ca.key -CAcreateserial -out server.pem "
+      "-days 2 -extfile san"};
+  for (const char* step : steps) {
+    if (std::system((in + step + " 2>/dev/null").c_str()) != 0) {
+      throw std::runtime_error(std::string("openssl failed: ") + step);
+    }
+  }
+}
+
 }  // namespace
 
-MosquittoBroker::MosquittoBroker(const std::string& passwords) : port_(FreePort()) {
+MosquittoBroker::MosquittoBroker(const std::string& passwords, bool tls) : port_(FreePort()) {
   std::string config = "listener " + std::to_string(port_) +
                        " 127.0.0.1\n"
                        "persistence true\n"
@@ -53,6 +70,12 @@ MosquittoBroker::MosquittoBroker(const std::string& passwords) : port_(FreePort(
   // the test's folder.
   if (const passwd* user = ::getpwuid(::getuid()); user != nullptr) {
     config += "user " + std::string(user->pw_name) + "\n";
+  }
+  if (tls) {
+    MakeCertificates(folder_);
+    const std::string at = folder_.Path().string() + "/";
+    config +=
+        "cafile " + at + "ca.pem\ncertfile " + at + "server.pem\nkeyfile " + at + "server.key\n";
   }
   if (passwords.empty()) {
     config += "allow_anonymous true\n";

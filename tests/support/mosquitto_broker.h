@@ -18,13 +18,16 @@ namespace tavelin::test {
 
 class MosquittoBroker {
  public:
-  // `passwords`: "user:password" lines; empty lets anyone in.
-  explicit MosquittoBroker(const std::string& passwords = "");
+  // `passwords`: "user:password" lines; empty lets anyone in. With `tls`,
+  // it speaks TLS only, with a certificate for 127.0.0.1 that CaFile()'s
+  // authority signed.
+  explicit MosquittoBroker(const std::string& passwords = "", bool tls = false);
   ~MosquittoBroker();
   MosquittoBroker(const MosquittoBroker&) = delete;
   MosquittoBroker& operator=(const MosquittoBroker&) = delete;
 
   int Port() const { return port_; }
+  std::string CaFile() const { return (folder_.Path() / "ca.pem").string(); }
   std::string Url(const std::string& prefix, const std::string& user = "") const;
   // Stopped as a service stops; Start takes the same port again. Sessions
   // and queued messages live on in the broker's persistence file.
