@@ -16,11 +16,28 @@ std::string Where(const BrokerAddress& address) {
   return address.host + ":" + std::to_string(address.port);
 }
 
+// The network's refusals the user meets most, in the window's language.
+std::string SystemErrorText(int error) {
+  switch (error) {
+    case ECONNREFUSED:
+      return "接続を拒否されました (ブローカーが動いていないか、ポートが違います)";
+    case EHOSTUNREACH:
+    case ENETUNREACH:
+      return "ホストに届きません";
+    case ETIMEDOUT:
+      return "応答がなく時間切れになりました";
+    case ECONNRESET:
+      return "接続が切られました";
+    default:
+      return std::strerror(error);
+  }
+}
+
 // A libmosquitto error in the user's words.
 std::string ErrorText(int error) {
   switch (error) {
     case MOSQ_ERR_ERRNO:
-      return std::strerror(errno);
+      return SystemErrorText(errno);
     case MOSQ_ERR_TLS:
       return "TLS の接続か証明書の検証に失敗しました (信頼する証明書は --ca で渡せます)";
     case MOSQ_ERR_EAI:

@@ -1,5 +1,7 @@
 #include "publishing/publisher.h"
 
+#include <pthread.h>
+
 #include <chrono>
 
 #include "publishing/spool_sender.h"
@@ -86,6 +88,7 @@ PublishStatus Publisher::Status() const {
 }
 
 void Publisher::Work(PublishTarget target, Say say) {
+  pthread_setname_np(pthread_self(), "tavelin-publish");  // as top and the benchmarks name it
   SpoolSender sender(std::move(target), std::move(say));
   sender.TakeLeftSpools();
   std::vector<RowEvent> taken;
