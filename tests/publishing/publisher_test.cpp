@@ -4,7 +4,9 @@
 #include "publishing/publisher.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -194,6 +196,33 @@ TEST(Publisher, TlsThatDoesNotVerifyIsSaidOnceAndItsOwnAuthoritySends) {
   target.caFile = broker.CaFile();
   Publisher drain(target, nullptr);
   EXPECT_EQ(drain.Finish(30, 10), 0);
+}
+
+// A disk that refuses the spool (here a file size limit, as a full disk
+// would): the rows wait in memory and all of them arrive. In a process of
+// its own, which the limit holds.
+int RunOnARefusingDisk() {
+  MosquittoBroker broker;
+  Subscriber subscriber(broker, "lab/#");
+  TempFolder spool;
+  const rlimit small{64 << 10, 64 << 10};
+  std::signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &small);
+  Said said;
+  Publisher publisher(TargetFor(broker.Url("lab"), spool.Path()), said.Sink());
+  publisher.RunStarted(SixteenValues(), 1.0);
+  Feed(publisher, 1, 1000);
+  publisher.RunEnded();
+  const bool sent = publisher.Finish(30, 10) == 0;
+  const bool toldOnce = said.Count("書けません") == 1;
+  const bool arrived = subscriber.WaitFor(RunEnded, std::chrono::seconds(10));
+  ExpectEveryRowOnceInOrder(subscriber.Rows(), 1000);
+  return sent && toldOnce && arrived && !testing::Test::HasFailure() ? 0 : 1;
+}
+
+TEST(Publisher, ASpoolTheDiskRefusesIsSaidOnceAndLosesNothing) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(std::exit(RunOnARefusingDisk()), testing::ExitedWithCode(0), "");
 }
 
 // The log's data rows: the fields of each line after the header's time line.
