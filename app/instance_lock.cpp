@@ -15,10 +15,10 @@ InstanceLock::InstanceLock(const std::string& folder)
       outcome_ = Outcome::HeldByAnother;
       break;
     case QLockFile::PermissionError:
-      why_ = "no right to write in " + folder;
+      why_ = "書き込む権利がありません: " + folder;
       break;
     default:
-      why_ = "cannot make a lock file in " + folder;
+      why_ = "ロックファイルを作れません: " + folder;
       break;
   }
 }

@@ -108,7 +108,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (instance.Result() == Outcome::Unavailable) {
-    std::cerr << "tavelin: " << instance.Why() << "; a second start would not be noticed\n";
+    std::cerr << "tavelin: " << instance.Why() << "。二度目の起動に気づけません\n";
   }
 
   tavelin::QtMessageBoxes boxes;

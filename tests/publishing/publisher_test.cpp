@@ -179,6 +179,21 @@ TEST(Publisher, ARefusedLoginIsSaidOnceAndTheRowsWait) {
   EXPECT_EQ(drain.Finish(30, 10), 0);
 }
 
+TEST(Publisher, MqttFiveDeliversAsThreePointOneDoes) {
+  MosquittoBroker broker;
+  Subscriber subscriber(broker, "lab/#");
+  TempFolder spool;
+  PublishTarget target = TargetFor(broker.Url("lab"), spool.Path());
+  target.version = 5;
+  Publisher publisher(target, nullptr);
+  publisher.RunStarted(SixteenValues(), 1.0);
+  Feed(publisher, 1, 300);
+  publisher.RunEnded();
+  EXPECT_EQ(publisher.Finish(30, 10), 0);
+  ASSERT_TRUE(subscriber.WaitFor(RunEnded, std::chrono::seconds(10)));
+  ExpectEveryRowOnceInOrder(subscriber.Rows(), 300);
+}
+
 TEST(Publisher, TlsThatDoesNotVerifyIsSaidOnceAndItsOwnAuthoritySends) {
   MosquittoBroker broker("", true);
   TempFolder spool;
