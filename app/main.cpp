@@ -1,6 +1,4 @@
 // tavelin: the desktop program.
-#include <fontconfig/fontconfig.h>
-
 #include <QApplication>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -12,7 +10,6 @@
 #include <functional>
 #include <iostream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "app/Form1.h"
@@ -84,14 +81,6 @@ int main(int argc, char** argv) {
     QGuiApplication app(argc, argv);
     return tavelin::RunPlot(std::vector<std::string>(argv + 1, argv + argc));
   }
-  // The font configuration (some 5 ms of parsing, the largest single cost
-  // before the first view) is read beside Qt's own start and the device
-  // search; fontconfig takes whichever reading finishes first.
-  std::thread fontConfiguration([] { FcInit(); });
-  const struct JoinAtEnd {
-    std::thread& thread;
-    ~JoinAtEnd() { thread.join(); }
-  } joinFontConfiguration{fontConfiguration};
   TavelinApplication app(argc, argv);
   app.setQuitOnLastWindowClosed(false);
   // The desktop entry's name: the window manager finds the icon by it.
