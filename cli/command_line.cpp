@@ -61,6 +61,12 @@ CLI::Validator NumberIn(double least, double most, bool whole, bool leastInclude
       "");
 }
 
+// An option whose text goes into settings, logs or the broker: UTF-8 only.
+void AddTextOption(CLI::App& command, const char* name, std::optional<std::string>& value,
+                   const char* help, const char* typeName) {
+  command.add_option(name, value, help)->check(kUtf8Text)->type_name(typeName);
+}
+
 void AddFormatOption(CLI::App& command, std::optional<int32_t>& format, const char* help) {
   command
       .add_option_function<std::string>(
@@ -84,34 +90,24 @@ void AddLogOptions(CLI::App& command, RunOptions& run) {
   command.add_option("--sampling", run.samplingMs, "MS ミリ秒ごとに 1 行記録します")
       ->check(NumberIn(1, 3600000, true))
       ->type_name("MS");
-  command.add_option("--folder", run.folder, "ログを既存のフォルダー DIR に書きます")
-      ->check(kUtf8Text)
-      ->type_name("DIR");
-  command.add_option("--comment", run.comment, "ログのコメント (接続と同じく 50 文字で切ります)")
-      ->check(kUtf8Text)
-      ->type_name("TEXT");
+  AddTextOption(command, "--folder", run.folder, "ログを既存のフォルダー DIR に書きます", "DIR");
+  AddTextOption(command, "--comment", run.comment,
+                "ログのコメント (接続と同じく 50 文字で切ります)", "TEXT");
   command.add_flag("--subfolder", run.subFolder, "計測ごとにコメント名のフォルダーを作ります");
   AddFormatOption(command, run.format, "ログの形式: csv、または xls のワークブック");
 }
 
 // The broker's options, for record and for publish.
 void AddPublishOptions(CLI::App& command, PublishOptions& publish) {
-  command
-      .add_option("--publish", publish.url,
-                  "記録する行を MQTT ブローカーにも送ります (mqtts:// は TLS)。パスワードは "
-                  "--password-file か環境変数 TAVELIN_MQTT_PASSWORD で渡します")
-      ->check(kUtf8Text)
-      ->type_name("mqtt://[USER@]HOST[:PORT]/PREFIX");
-  command.add_option("--bench", publish.bench, "ベンチ名: トピックは PREFIX/NAME/rows")
-      ->check(kUtf8Text)
-      ->type_name("NAME");
-  command.add_option("--ca", publish.caFile, "mqtts: 信頼する CA 証明書 (既定: システムの証明書)")
-      ->check(kUtf8Text)
-      ->type_name("FILE");
-  command
-      .add_option("--password-file", publish.passwordFile, "パスワードを 1 行目に書いたファイル")
-      ->check(kUtf8Text)
-      ->type_name("FILE");
+  AddTextOption(command, "--publish", publish.url,
+                "記録する行を MQTT ブローカーにも送ります (mqtts:// は TLS)。パスワードは "
+                "--password-file か環境変数 TAVELIN_MQTT_PASSWORD で渡します",
+                "mqtt://[USER@]HOST[:PORT]/PREFIX");
+  AddTextOption(command, "--bench", publish.bench, "ベンチ名: トピックは PREFIX/NAME/rows", "NAME");
+  AddTextOption(command, "--ca", publish.caFile,
+                "mqtts: 信頼する CA 証明書 (既定: システムの証明書)", "FILE");
+  AddTextOption(command, "--password-file", publish.passwordFile,
+                "パスワードを 1 行目に書いたファイル", "FILE");
   command
       .add_option_function<std::string>(
           "--mqtt-version",
@@ -195,9 +191,8 @@ CommandLine ParseCommandLine(const std::vector<std::string>& words) {
       "recover",
       "途中で終わった計測 (異常終了、kill、停電) の行を、ジャーナルから設定の場所か --folder "
       "のログファイルに書き出します");
-  recover->add_option("--folder", line.recover.folder, "ログを既存のフォルダー DIR に書きます")
-      ->check(kUtf8Text)
-      ->type_name("DIR");
+  AddTextOption(*recover, "--folder", line.recover.folder, "ログを既存のフォルダー DIR に書きます",
+                "DIR");
   recover->add_flag("--list", line.recover.list, "残っているジャーナルを一覧するだけにします");
   AddFormatOption(*recover, line.recover.format,
                   "計測の設定にかかわらず csv か xls で書き出します (書き出せない保存形式の行に)");

@@ -5,16 +5,14 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "platform/special_folders.h"
+
 namespace tavelin {
 namespace {
 
 // $XDG_DATA_HOME/tavelin, or ~/.local/share/tavelin; empty without a home.
 std::string DataFolder() {
-  const char* data = std::getenv("XDG_DATA_HOME");
-  if (data != nullptr && data[0] == '/') return std::string(data) + "/tavelin";
-  const char* home = std::getenv("HOME");
-  if (home == nullptr || home[0] != '/') return {};
-  return std::string(home) + "/.local/share/tavelin";
+  return XdgFolder("XDG_DATA_HOME", ".local/share");
 }
 
 }  // namespace

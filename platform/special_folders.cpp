@@ -36,12 +36,16 @@ std::string DesktopFolder() {
   return fromUserDirs.empty() ? std::string(home) + "/Desktop" : fromUserDirs;
 }
 
-std::string StateFolder() {
-  const char* state = std::getenv("XDG_STATE_HOME");
-  if (state != nullptr && state[0] == '/') return std::string(state) + "/tavelin";
+std::string XdgFolder(const char* variable, const char* underHome) {
+  const char* base = std::getenv(variable);
+  if (base != nullptr && base[0] == '/') return std::string(base) + "/tavelin";
   const char* home = std::getenv("HOME");
   if (home == nullptr || home[0] != '/') return {};
-  return std::string(home) + "/.local/state/tavelin";
+  return std::string(home) + "/" + underHome + "/tavelin";
+}
+
+std::string StateFolder() {
+  return XdgFolder("XDG_STATE_HOME", ".local/state");
 }
 
 std::string JournalFolder() {
@@ -50,11 +54,7 @@ std::string JournalFolder() {
 }
 
 std::string ConfigFolder() {
-  const char* config = std::getenv("XDG_CONFIG_HOME");
-  if (config != nullptr && config[0] == '/') return std::string(config) + "/tavelin";
-  const char* home = std::getenv("HOME");
-  if (home == nullptr || home[0] != '/') return {};
-  return std::string(home) + "/.config/tavelin";
+  return XdgFolder("XDG_CONFIG_HOME", ".config");
 }
 
 std::string SpoolFolder() {

@@ -7,6 +7,10 @@ namespace tavelin {
 // else ~/Desktop; empty when there is no home.
 std::string DesktopFolder();
 
+// $VARIABLE/tavelin when the variable holds an absolute path, else
+// ~/UNDER_HOME/tavelin (the XDG base directories); empty without a home.
+std::string XdgFolder(const char* variable, const char* underHome);
+
 // $XDG_STATE_HOME/tavelin (~/.local/state/tavelin): what a crash must not
 // lose; empty without a home.
 std::string StateFolder();
