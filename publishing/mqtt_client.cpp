@@ -1,6 +1,9 @@
 #include "publishing/mqtt_client.h"
 
 #include <mosquitto.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 
 #include <cerrno>
 #include <chrono>
@@ -122,6 +125,12 @@ std::optional<int> MqttClient::Publish(std::string_view topic, std::string_view 
     return std::nullopt;
   }
   return mid;
+}
+
+void MqttClient::Cork(bool on) {
+  const int socket = mosquitto_socket(mosq_);
+  const int value = on ? 1 : 0;
+  if (socket >= 0) setsockopt(socket, IPPROTO_TCP, TCP_CORK, &value, sizeof value);
 }
 
 bool MqttClient::Loop(int timeoutMs) {

@@ -39,6 +39,9 @@ class MqttClient {
   bool Connected() const { return connected_; }
   // The message's id, or none when the link is gone.
   std::optional<int> Publish(std::string_view topic, std::string_view payload, bool retain);
+  // While corked, messages gather in the socket and leave together when it
+  // is uncorked: one transmission for a round's rows, not one a row.
+  void Cork(bool on);
   // Sends and reads for at most `timeoutMs`; false, with LostReason(),
   // once the link is gone.
   bool Loop(int timeoutMs);

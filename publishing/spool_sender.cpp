@@ -172,6 +172,12 @@ void SpoolSender::Connect(Clock::time_point now) {
 }
 
 void SpoolSender::Send() {
+  client_->Cork(true);
+  SendWhatFits();
+  if (client_) client_->Cork(false);
+}
+
+void SpoolSender::SendWhatFits() {
   for (Outgoing& o : spools_) {
     SpooledMessage message;
     while (inFlight_.size() < kWindow && o.spool->Read(o.sent, message)) {

@@ -65,6 +65,7 @@ class SpoolSender {
   void WriteSpools(Clock::time_point now);
   void Connect(Clock::time_point now);
   void Send();
+  void SendWhatFits();
   void Acknowledged(int mid, int reason);
   void Settle();
   void LinkLost(const std::string& why);
