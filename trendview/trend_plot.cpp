@@ -66,9 +66,38 @@ QRect PlotArea(const QRect& area) {
                area.height() - kAxisHeight);
 }
 
+// The lane of each shown trace: its top and bottom row.
+std::pair<int, int> LaneRows(const QRect& plot, int lane, int lanes) {
+  return {plot.top() + plot.height() * lane / std::max(lanes, 1),
+          plot.top() + plot.height() * (lane + 1) / std::max(lanes, 1) - 1};
+}
+
+QColor LaneColour(const TrendFrame& frame, int lane) {
+  const std::size_t trace = frame.shown[static_cast<std::size_t>(lane)];
+  const bool own = trace < frame.colours.size() && frame.colours[trace] >= 0;
+  return own ? QColor::fromRgb(static_cast<QRgb>(frame.colours[trace]))
+             : TraceColour(static_cast<std::size_t>(lane));
+}
+
+// The traces' names, left of their lanes, each in its trace's colour.
+void PaintLabels(QPainter& painter, const QRect& area, const TrendTraces& traces,
+                 const TrendFrame& frame) {
+  const QRect plot = PlotArea(area);
+  const int lanes = static_cast<int>(frame.shown.size());
+  for (int lane = 0; lane < lanes; ++lane) {
+    const auto [top, bottom] = LaneRows(plot, lane, lanes);
+    painter.setPen(LaneColour(frame, lane));
+    painter.drawText(
+        QRect(area.left() + 4, top, kLabelWidth - 8, bottom - top),
+        Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap,
+        QString::fromStdString(traces.Labels().at(frame.shown[static_cast<std::size_t>(lane)])));
+  }
+}
+
+// The time axis, the grid, the lanes' borders and the traces; the names
+// are PaintLabels'.
 void PaintLanes(QPainter& painter, const QRect& area, const TrendTraces& traces,
                 const TrendFrame& frame, const StrokeSink& sink) {
-  painter.fillRect(area, Qt::white);
   const QRect plot = PlotArea(area);
   if (plot.width() <= 0 || plot.height() <= 0 || !(frame.toMs > frame.fromMs)) return;
   const double msPerPixel = (frame.toMs - frame.fromMs) / plot.width();
@@ -76,41 +105,35 @@ void PaintLanes(QPainter& painter, const QRect& area, const TrendTraces& traces,
 
   // The time axis and its grid.
   const double step = AxisStep(frame.toMs - frame.fromMs);
-  painter.setPen(QColor(0xe0, 0xe0, 0xe0));
+  std::vector<QLine> strokes;  // whole pixels: the raster's fast path
+  painter.setPen(Qt::black);
   for (double t = std::ceil(frame.fromMs / step) * step; t <= frame.toMs; t += step) {
     const int x = static_cast<int>(xOf(t));
-    painter.setPen(QColor(0xe4, 0xe4, 0xe4));
-    painter.drawLine(x, plot.top(), x, plot.bottom());
-    painter.setPen(Qt::black);
+    strokes.emplace_back(x, plot.top(), x, plot.bottom());
     painter.drawText(QRect(x - 60, plot.bottom() + 2, 120, kAxisHeight - 2), Qt::AlignHCenter,
                      TimeText(t, step));
   }
+  sink(strokes, QColor(0xe4, 0xe4, 0xe4));
 
   const std::vector<std::size_t> bounds =
       traces.ColumnBounds(frame.fromMs, frame.toMs, plot.width());
-  std::vector<QLine> strokes;  // whole pixels: the raster's fast path
   const int lanes = static_cast<int>(frame.shown.size());
+  strokes.clear();
+  for (int lane = 0; lane < lanes; ++lane) {
+    const int bottom = LaneRows(plot, lane, lanes).second;
+    strokes.emplace_back(area.left(), bottom, area.right(), bottom);
+  }
+  sink(strokes, QColor(0xc8, 0xc8, 0xc8));
   for (int lane = 0; lane < lanes; ++lane) {
     const std::size_t trace = frame.shown[static_cast<std::size_t>(lane)];
-    const int top = plot.top() + plot.height() * lane / std::max(lanes, 1);
-    const int bottom = plot.top() + plot.height() * (lane + 1) / std::max(lanes, 1) - 1;
-    const bool own = trace < frame.colours.size() && frame.colours[trace] >= 0;
-    const QColor colour = own ? QColor::fromRgb(static_cast<QRgb>(frame.colours[trace]))
-                              : TraceColour(static_cast<std::size_t>(lane));
-    painter.setPen(QColor(0xc8, 0xc8, 0xc8));
-    painter.drawLine(area.left(), bottom, area.right(), bottom);
-    painter.setPen(colour);
-    painter.drawText(QRect(area.left() + 4, top, kLabelWidth - 8, bottom - top),
-                     Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap,
-                     QString::fromStdString(traces.Labels().at(trace)));
+    const auto [top, bottom] = LaneRows(plot, lane, lanes);
     const auto range = traces.Range(trace);
     if (!range.any) continue;
     const double low = range.min;
     const double high = range.max > range.min ? range.max : range.min + 1.0;
     const int margin = std::min(4, (bottom - top) / 6);
-    const auto yOf = [&](float v) {
-      return Pixel(bottom - margin - (v - low) / (high - low) * (bottom - top - 2 * margin));
-    };
+    const double pixelsPerUnit = (bottom - top - 2 * margin) / (high - low);
+    const auto yOf = [&](float v) { return Pixel(bottom - margin - (v - low) * pixelsPerUnit); };
     const auto columns = traces.Columns(trace, bounds);
     strokes.clear();
     // Each column's extremes as a vertical stroke, joined to the column
@@ -130,7 +153,7 @@ void PaintLanes(QPainter& painter, const QRect& area, const TrendTraces& traces,
       previous = c;
       previousX = px;
     }
-    sink(strokes, colour);
+    sink(strokes, LaneColour(frame, lane));
   }
 }
 
@@ -186,10 +209,33 @@ class Pixels {
   int width_, height_;
 };
 
+// The names' column, drawn again only when the names, their colours or
+// the height change: text is the dearest part of a redraw, and these
+// stay the same from frame to frame.
+const QImage& LabelColumn(const QImage& image, const TrendTraces& traces, const TrendFrame& frame) {
+  static QImage column;
+  static QStringList drawnFor;
+  QStringList key{QString::number(image.height())};
+  for (int lane = 0; lane < static_cast<int>(frame.shown.size()); ++lane) {
+    key << QString::fromStdString(traces.Labels().at(frame.shown[static_cast<std::size_t>(lane)]))
+        << LaneColour(frame, lane).name();
+  }
+  if (key != drawnFor || column.format() != image.format()) {
+    column = QImage(kLabelWidth, image.height(), image.format());
+    column.fill(Qt::white);
+    QPainter painter(&column);
+    PaintLabels(painter, QRect(0, 0, image.width(), image.height()), traces, frame);
+    drawnFor = key;
+  }
+  return column;
+}
+
 }  // namespace
 
 void PaintTrend(QPainter& painter, const QRect& area, const TrendTraces& traces,
                 const TrendFrame& frame) {
+  painter.fillRect(area, Qt::white);
+  PaintLabels(painter, area, traces, frame);
   PaintLanes(painter, area, traces, frame, [&](const std::vector<QLine>& lines, const QColor& c) {
     painter.setPen(c);
     painter.drawLines(lines.data(), static_cast<int>(lines.size()));
@@ -203,6 +249,8 @@ void RenderTrend(QImage& image, const TrendTraces& traces, const TrendFrame& fra
   std::vector<std::pair<std::vector<QLine>, QColor>> lanes;
   {
     QPainter painter(&image);
+    painter.fillRect(image.rect(), Qt::white);
+    painter.drawImage(0, 0, LabelColumn(image, traces, frame));
     PaintLanes(
         painter, image.rect(), traces, frame,
         [&](const std::vector<QLine>& lines, const QColor& c) { lanes.emplace_back(lines, c); });
@@ -215,6 +263,12 @@ void RenderTrend(QImage& image, const TrendTraces& traces, const TrendFrame& fra
       const int dx = line.x2() - line.x1();
       if (dx == 0) {
         pixels.FillColumn(line.x1(), line.y1(), line.y2(), rgb);
+        continue;
+      }
+      if (dx == 1) {  // the join of neighbouring columns: each takes its half
+        const int middle = Pixel((line.y1() + line.y2()) / 2.0);
+        pixels.FillColumn(line.x1(), line.y1(), middle, rgb);
+        pixels.FillColumn(line.x2(), middle, line.y2(), rgb);
         continue;
       }
       // Each column the line crosses gets the heights it spans there.
