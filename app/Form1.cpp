@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <QTimer>
-#include <filesystem>
 #include <iostream>
 
 #include "app/boot_windows.h"
@@ -332,10 +331,7 @@ void Form1::ShowPublishSettings(ViewFrame& owner) {
   if (dialog.exec() != QDialog::Accepted) return;
   const PublishSettings settings = dialog.Settings();
   try {
-    const std::string path = PublishSettingsPath();
-    if (path.empty()) throw FileError("ホームフォルダーがありません");
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    WritePublishSettings(path, settings);
+    WritePublishSettings(PublishSettingsPath(), settings);
   } catch (const std::exception& failure) {
     Boxes().Critical(&owner, Q(device.Application_title),
                      QStringLiteral("配信設定を保存できません: ") + Q(failure.what()));

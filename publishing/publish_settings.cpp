@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 
 #include "platform/file_system.h"
@@ -141,6 +142,9 @@ void WritePublishSettings(const std::string& path, const PublishSettings& settin
   line("password_file", settings.passwordFile);
   line("mqtt_version", settings.mqttVersion == 5 ? "5" : "3.1.1");
   line("spool_mb", std::to_string(settings.spoolLimitMb));
+  if (path.empty()) throw FileError("ホームフォルダーがありません");
+  std::error_code error;
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
   TextStream out = CreateTextFile(path);
   out.Write(text);
   out.Close();

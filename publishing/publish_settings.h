@@ -44,7 +44,7 @@ std::string PublishSettingsPath();
 // What the file says; a missing or unreadable file, or a line that makes
 // no sense, leaves the defaults where it stands.
 PublishSettings ReadPublishSettings(const std::string& path);
-// Written whole or not at all. Throws FileError.
+// Written whole or not at all, its folder made first. Throws FileError.
 void WritePublishSettings(const std::string& path, const PublishSettings& settings);
 
 // Why these settings cannot publish, or none when they can.

@@ -218,6 +218,8 @@ void FormBG::PrepareRunLog() {
   journal_.reset();  // a journal left by a run that failed stays on disk
   keptJournal_.reset();
   if (Device().t_LogSave_Enable == 1) {
+    runHead_ =
+        HeadOfRun(Device(), UsbIo(), USB_Probe, FolderName, Excel_DB.Environment().programFolder);
     StartJournal();
     StartRowConsumer();
   }
@@ -225,11 +227,7 @@ void FormBG::PrepareRunLog() {
 
 void FormBG::StartRowConsumer() {
   rowConsumer_ = Row_Consumer;
-  if (rowConsumer_ == nullptr) return;
-  rowHead_ = journal_ ? journal_->Head()
-                      : HeadOfRun(Device(), UsbIo(), USB_Probe, FolderName,
-                                  Excel_DB.Environment().programFolder);
-  rowConsumer_->RunStarted(rowHead_, Device().t_LogSampling);
+  if (rowConsumer_ != nullptr) rowConsumer_->RunStarted(runHead_, Device().t_LogSampling);
 }
 
 void FormBG::EndRowConsumer() {
@@ -241,9 +239,7 @@ void FormBG::StartJournal() {
   const LogEnvironment& environment = Excel_DB.Environment();
   if (environment.journalFolder.empty()) return;
   std::string why;
-  journal_ = RunJournal::Start(
-      environment.journalFolder,
-      HeadOfRun(Device(), UsbIo(), USB_Probe, FolderName, environment.programFolder), why);
+  journal_ = RunJournal::Start(environment.journalFolder, runHead_, why);
   if (!journal_) {
     std::cerr << "tavelin: ジャーナルを作れません (途中で終わっても行は復元できません): " << why
               << "\n";
@@ -261,7 +257,7 @@ void FormBG::LogStep(double now, Side side) {
   }
   // One packing of the row for every taker beside the log.
   if (journal_ || rowConsumer_ != nullptr) {
-    PackRow(journal_ ? journal_->Head() : rowHead_, UsbIo(), USB_Probe, journalRow_);
+    PackRow(runHead_, UsbIo(), USB_Probe, journalRow_);
     if (journal_) journal_->AddRow(now_time, journalRow_);
     if (rowConsumer_ != nullptr) rowConsumer_->RowLogged(now_time, journalRow_);
   }

@@ -118,9 +118,10 @@ class FormBG {
   // The journal of a logged run: what a crash would otherwise lose.
   std::unique_ptr<RunJournal> journal_;
   std::string journalRow_;
+  // What a logged run's rows hold, for the journal and the row consumer.
+  JournalHead runHead_;
   // The consumer of this run's rows, from its start to its end.
   RowConsumer* rowConsumer_ = nullptr;
-  JournalHead rowHead_;
   std::optional<KeptJournal> keptJournal_;
 };
 
