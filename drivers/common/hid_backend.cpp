@@ -1,6 +1,5 @@
 #include "hid_backend.h"
 
-#include <fcntl.h>
 #include <pthread.h>
 #include <sys/epoll.h>
 #include <unistd.h>
@@ -14,7 +13,9 @@
 namespace kvr {
 namespace {
 
-constexpr uint32_t kWakeTag = 0xFFFF;  // the wake pipe's mark in the epoll set
+// A device with reports queued is ready again at once: a pass takes a few
+// more rounds for its newest, bounded so that no device holds a pass up.
+constexpr int kDrainRounds = 4;
 
 std::string Quoted(const std::string& path) {
   return "\"" + path + "\"";
@@ -23,16 +24,11 @@ std::string Quoted(const std::string& path) {
 }  // namespace
 
 HidBackend::HidBackend(DeviceFamily family, PortSource port)
-    : family_(family), portSource_(port), channels_(hid::ChannelsOf(family)) {
-  if (pipe2(wake_, O_CLOEXEC | O_NONBLOCK) != 0) wake_[0] = wake_[1] = -1;
-}
+    : family_(family), portSource_(port), channels_(hid::ChannelsOf(family)) {}
 
 HidBackend::~HidBackend() {
-  StopReader();
-  if (wake_[0] >= 0) {
-    ::close(wake_[0]);
-    ::close(wake_[1]);
-  }
+  StopLooking();
+  if (watch_ >= 0) ::close(watch_);
 }
 
 const char* HidBackend::Noun() const {
@@ -90,11 +86,13 @@ void HidBackend::CloseAll() {
     if (slot.device != nullptr) port_->close(slot.device);
     slot = Slot{};
   }
-  for (int c = 0; c < LatestInputs::kChannels; ++c) latest_.Clear(c);
+  inputs_ = {};
+  live_.reset();
+  watchChanged_ = true;
 }
 
 void HidBackend::Rescan() {
-  StopReader();
+  StopLooking();
   CloseAll();
   refusedPaths_.clear();
   port_ = portSource_(family_ == DeviceFamily::UsbIo);
@@ -113,7 +111,6 @@ void HidBackend::Rescan() {
     slot.device = found.device;
     slot.path = path;
     slot.marker = found.identity.marker;
-    latest_.Keep(found.identity.channel, {});
   }
 }
 
@@ -139,23 +136,18 @@ std::string HidBackend::Describe(int channel) const {
 }
 
 void HidBackend::BeginReads(double waitMs) {
-  if (!reader_.joinable()) {
-    bool any = false;
-    {
-      const std::lock_guard lock(mutex_);
-      for (const Slot& slot : slots_) any = any || slot.device != nullptr || slot.lost;
-    }
-    if (!any) return;
-    StartReader();
-  }
-  latest_.Take(std::chrono::microseconds(static_cast<int64_t>(waitMs * 1000)), taken_, takenLive_);
+  if (watchChanged_.exchange(false) && !WatchDevices()) return;
+  if (watch_ < 0) return;
+  // The wait ends at once when a report came since the last pass.
+  int ready = TakeReady(waitMs);
+  for (int round = 0; ready > 0 && round < kDrainRounds; ++round) ready = TakeReady(0.0);
 }
 
 bool HidBackend::Read(int channel, double /*nowMs*/, int32_t* out) {
-  if (channel < 0 || channel >= channels_ || !takenLive_[static_cast<std::size_t>(channel)]) {
+  if (channel < 0 || channel >= channels_ || !live_[static_cast<std::size_t>(channel)]) {
     return false;  // a device lost keeps its last input
   }
-  const auto& input = taken_[static_cast<std::size_t>(channel)];
+  const auto& input = inputs_[static_cast<std::size_t>(channel)];
   std::copy(input.begin(), input.end(), out);
   return true;
 }
@@ -179,134 +171,138 @@ bool HidBackend::WriteSettings(int channel) {
 
 void HidBackend::Close(int channel) {
   if (channel < 0 || channel >= channels_) return;
-  StopReader();
   const std::lock_guard lock(mutex_);
   Slot& slot = slots_[static_cast<std::size_t>(channel)];
   if (slot.device != nullptr && port_ != nullptr) port_->close(slot.device);
   slot = Slot{};
-  latest_.Clear(channel);
+  inputs_[static_cast<std::size_t>(channel)] = {};
+  live_.reset(static_cast<std::size_t>(channel));
+  watchChanged_ = true;
 }
 
-// ---- the reader ----
+// ---- the pass's reads ----
 
-void HidBackend::StartReader() {
-  stopReader_ = false;
-  lastLook_ = SteadyMilliseconds();
-  reader_ = std::thread([this] {
-    pthread_setname_np(pthread_self(),
-                       family_ == DeviceFamily::UsbIo ? "kvr-hid-modules" : "kvr-hid-probes");
-    ReaderLoop();
-  });
-}
-
-void HidBackend::StopReader() {
-  if (!reader_.joinable()) return;
-  stopReader_ = true;
-  [[maybe_unused]] const ssize_t woken = ::write(wake_[1], "x", 1);
-  reader_.join();
-  char bytes[16];
-  while (::read(wake_[0], bytes, sizeof bytes) > 0) {
-  }
-}
-
-// The devices the reader waits on, and the wake pipe, as an epoll set: each
-// registered once, not at every wait. Made anew when one is lost or back.
-int HidBackend::WatchDevices(std::array<void*, 16>& devices, bool& anyLost) {
-  const int watch = epoll_create1(EPOLL_CLOEXEC);
-  if (watch < 0) return -1;
-  epoll_event wake{};
-  wake.events = EPOLLIN;
-  wake.data.u32 = kWakeTag;
-  epoll_ctl(watch, EPOLL_CTL_ADD, wake_[0], &wake);
-  anyLost = false;
+// The devices open now as an epoll set, each registered once, not at every
+// wait; false when there is nothing to wait for, lost devices included.
+bool HidBackend::WatchDevices() {
+  if (watch_ >= 0) ::close(watch_);
+  watch_ = -1;
   const std::lock_guard lock(mutex_);
+  bool any = false;
   for (int c = 0; c < channels_; ++c) {
     const Slot& slot = slots_[static_cast<std::size_t>(c)];
-    devices[static_cast<std::size_t>(c)] = slot.device;
-    anyLost = anyLost || slot.lost;
-    if (slot.device == nullptr) continue;
+    watched_[static_cast<std::size_t>(c)] = slot.device;
+    live_[static_cast<std::size_t>(c)] = slot.device != nullptr;
+    any = any || slot.device != nullptr || slot.lost;
+  }
+  if (!any) return false;
+  watch_ = epoll_create1(EPOLL_CLOEXEC);
+  for (int c = 0; watch_ >= 0 && c < channels_; ++c) {
+    void* device = watched_[static_cast<std::size_t>(c)];
+    if (device == nullptr) continue;
     epoll_event ready{};
     ready.events = EPOLLIN;
     ready.data.u32 = static_cast<uint32_t>(c);
-    epoll_ctl(watch, EPOLL_CTL_ADD, port_->input_fd(slot.device), &ready);
+    epoll_ctl(watch_, EPOLL_CTL_ADD, port_->input_fd(device), &ready);
   }
-  return watch;
+  return watch_ >= 0;
 }
 
-void HidBackend::ReaderLoop() {
-  std::array<void*, 16> devices{};
-  std::array<epoll_event, 17> ready{};
-  bool anyLost = false;
-  int watch = -1;
-  watchChanged_ = true;
-  while (!stopReader_) {
-    if (watchChanged_) {
-      watchChanged_ = false;
-      if (watch >= 0) ::close(watch);
-      watch = WatchDevices(devices, anyLost);
-      if (watch < 0) break;
-    }
-    int timeout = -1;
-    if (anyLost) {
-      timeout = std::max(0, static_cast<int>(lastLook_ + kLookAgainMs - SteadyMilliseconds()));
-    }
-    const int count = epoll_wait(watch, ready.data(), static_cast<int>(ready.size()), timeout);
-    if (count < 0 && errno != EINTR) break;
-    if (stopReader_) break;
-    bool fresh = false;
-    for (int i = 0; i < count; ++i) {
-      const uint32_t channel = ready[static_cast<std::size_t>(i)].data.u32;
-      if (channel == kWakeTag) continue;
-      fresh = TakeReport(static_cast<int>(channel), devices[channel]) || fresh;
-    }
-    if (fresh) latest_.Announce();
-    if (anyLost && SteadyMilliseconds() - lastLook_ >= kLookAgainMs) {
-      LookForLost();
-      lastLook_ = SteadyMilliseconds();
-    }
-  }
-  if (watch >= 0) ::close(watch);
+// One wait of at most `waitMs` on the set, then one report of each device
+// ready; how many were ready.
+int HidBackend::TakeReady(double waitMs) {
+  std::array<epoll_event, 16> ready{};
+  const auto wait = static_cast<int64_t>(waitMs * 1e6);
+  const timespec timeout{static_cast<time_t>(wait / 1000000000),
+                         static_cast<long>(wait % 1000000000)};
+  const int count =
+      epoll_pwait2(watch_, ready.data(), static_cast<int>(ready.size()), &timeout, nullptr);
+  for (int i = 0; i < count; ++i)
+    TakeReport(static_cast<int>(ready[static_cast<std::size_t>(i)].data.u32));
+  return std::max(count, 0);
 }
 
-// One queued report of a device; true when it was a good one. The reader
-// takes one report of each ready device a round: a device with more queued
-// is ready again at once, so a backlog is drained in a few rounds, no
-// device holds the others up, and a device that sent one report costs one
-// read, not a second one to learn that nothing more is there.
-bool HidBackend::TakeReport(int channel, void* device) {
+// One queued report of a device. One a round:
+// a device that sent one report costs one read, not a second one to learn
+// that nothing more is there.
+void HidBackend::TakeReport(int channel) {
+  void* device = watched_[static_cast<std::size_t>(channel)];
+  if (device == nullptr) return;
   uint8_t report[hid::kLongestReport];
   const int bytes = port_->read_input(device, report, sizeof report);
-  if (bytes == 0) return false;
-  std::unique_lock lock(mutex_);
-  Slot& slot = slots_[static_cast<std::size_t>(channel)];
+  if (bytes == 0) return;
   if (bytes < 0) {
-    slot.device = nullptr;
-    slot.lost = true;
-    latest_.Lose(channel);
-    const std::string path = slot.path;
-    lock.unlock();
-    port_->close(device);
-    watchChanged_ = true;
-    lastLook_ = SteadyMilliseconds();
-    std::cerr << "kvr: " << Noun() << " on channel " << channel << " (" << Quoted(path)
-              << ") is lost; its last input stays until it is back\n";
-    return false;
+    Lose(channel);
+    return;
   }
   const std::size_t length = std::min(static_cast<std::size_t>(bytes), sizeof report);
-  int32_t values[kProbeInputs] = {};
-  if (hid::ReadInput(std::span<const uint8_t>(report, length), family_, values)) {
-    LatestInputs::Input input;
-    std::copy(values, values + kProbeInputs, input.begin());
-    latest_.Keep(channel, input);
-    return true;
+  if (hid::ReadInput(std::span<const uint8_t>(report, length), family_,
+                     inputs_[static_cast<std::size_t>(channel)].data())) {
+    return;
   }
+  const std::lock_guard lock(mutex_);
+  Slot& slot = slots_[static_cast<std::size_t>(channel)];
   if (!slot.garbledSaid) {
     slot.garbledSaid = true;
     std::cerr << "kvr: " << Noun() << " on channel " << channel << " (" << Quoted(slot.path)
               << ") sent a report of " << length
               << " bytes that is not ours; such reports are left out\n";
   }
-  return false;
+}
+
+// A device whose read failed: closed, its last input kept, and looked for.
+void HidBackend::Lose(int channel) {
+  void* device = watched_[static_cast<std::size_t>(channel)];
+  watched_[static_cast<std::size_t>(channel)] = nullptr;
+  live_.reset(static_cast<std::size_t>(channel));
+  watchChanged_ = true;
+  std::string path;
+  bool start = false;
+  {
+    const std::lock_guard lock(mutex_);
+    Slot& slot = slots_[static_cast<std::size_t>(channel)];
+    slot.device = nullptr;
+    slot.lost = true;
+    path = slot.path;
+    start = !looking_;
+    looking_ = true;
+  }
+  port_->close(device);
+  std::cerr << "kvr: " << Noun() << " on channel " << channel << " (" << Quoted(path)
+            << ") is lost; its last input stays until it is back\n";
+  if (start) StartLooking();
+}
+
+// ---- the looker, while a device is lost ----
+
+void HidBackend::StartLooking() {
+  if (looker_.joinable()) looker_.join();  // one that has found everything
+  looker_ = std::thread([this] {
+    pthread_setname_np(pthread_self(), "kvr-hid-lost");
+    std::unique_lock lock(mutex_);
+    while (!stopLooking_) {
+      lookWake_.wait_for(lock, std::chrono::duration<double, std::milli>(kLookAgainMs),
+                         [this] { return stopLooking_; });
+      if (stopLooking_) break;
+      lock.unlock();
+      LookForLost();
+      lock.lock();
+      if (std::none_of(slots_.begin(), slots_.end(), [](const Slot& s) { return s.lost; })) break;
+    }
+    looking_ = false;
+  });
+}
+
+void HidBackend::StopLooking() {
+  {
+    const std::lock_guard lock(mutex_);
+    stopLooking_ = true;
+  }
+  lookWake_.notify_all();
+  if (looker_.joinable()) looker_.join();
+  const std::lock_guard lock(mutex_);
+  stopLooking_ = false;
+  looking_ = false;
 }
 
 void HidBackend::LookForLost() {
@@ -331,7 +327,6 @@ void HidBackend::LookForLost() {
     slot.device = found.device;
     slot.path = path;
     slot.lost = false;
-    latest_.Revive(found.identity.channel);
     slot.garbledSaid = false;
     lock.unlock();
     watchChanged_ = true;

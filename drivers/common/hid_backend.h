@@ -2,6 +2,7 @@
 #include <array>
 #include <atomic>
 #include <bitset>
+#include <condition_variable>
 #include <mutex>
 #include <set>
 #include <string>
@@ -11,7 +12,6 @@
 #include "device_backend.h"
 #include "hid_port.h"
 #include "hid_protocol.h"
-#include "latest_inputs.h"
 #include "signal_source.h"
 
 namespace kvr {
@@ -20,20 +20,21 @@ namespace kvr {
 // their usage whatever their vendor and product ids, and known by the
 // channel number each one reports.
 //
-// A reader thread of its own waits on every device at once and keeps each
-// device's newest input report; a pass (BeginReads) waits at most a few
-// milliseconds for a report newer than the last pass's, so a run is paced
-// by the USB frames instead of spinning, and takes the newest input of
-// every device without a system call of its own. A device whose read fails
-// is lost: it keeps its last input, and once a second the reader looks for
-// a device of the same channel and marker and takes it back in its place.
+// The sampling pass reads the devices itself: BeginReads waits on all of
+// them at once (an epoll set) at most a few milliseconds for a report newer
+// than the last pass's, so a run is paced by the USB frames instead of
+// spinning, and no second thread wakes for every report. A device whose
+// read fails is lost: it keeps its last input, and while any is lost a
+// thread of its own looks once a second for a device of the same channel
+// and marker and puts it back in its place for the next pass.
 class HidBackend final : public DeviceBackend {
  public:
   using PortSource = const KvrHidPort* (*)(bool sayProblem);
   static constexpr double kLookAgainMs = 1000.0;
 
   HidBackend(DeviceFamily family, PortSource port);
-  // Stops the reader; what is open is left to the end of the process.
+  // Stops the search for lost devices; what is open is left to the end of
+  // the process.
   ~HidBackend() override;
   HidBackend(const HidBackend&) = delete;
   HidBackend& operator=(const HidBackend&) = delete;
@@ -65,11 +66,12 @@ class HidBackend final : public DeviceBackend {
   Identified OpenIdentified(const std::string& path, bool quiet);
   const char* Noun() const;
   void CloseAll();
-  void StartReader();
-  void StopReader();
-  void ReaderLoop();
-  int WatchDevices(std::array<void*, 16>& devices, bool& anyLost);
-  bool TakeReport(int channel, void* device);
+  bool WatchDevices();
+  int TakeReady(double waitMs);
+  void TakeReport(int channel);
+  void Lose(int channel);
+  void StartLooking();
+  void StopLooking();
   void LookForLost();
 
   DeviceFamily family_;
@@ -77,21 +79,21 @@ class HidBackend final : public DeviceBackend {
   const KvrHidPort* port_ = nullptr;
   int channels_;
 
-  mutable std::mutex mutex_;  // the slots, between the caller and the reader
+  mutable std::mutex mutex_;  // the slots, between the pass and the looker
   std::array<Slot, 16> slots_;
-  // Each device's newest input, apart from the slots: a pass copies these
-  // few cache lines from the reader's core.
-  LatestInputs latest_;
 
-  // The input of the current pass, taken at BeginReads.
-  std::array<LatestInputs::Input, LatestInputs::kChannels> taken_{};
-  std::bitset<LatestInputs::kChannels> takenLive_;
+  // The pass's: its epoll set, the devices in it, and each device's newest
+  // input. A device the looker puts back makes the set anew.
+  int watch_ = -1;
+  std::array<void*, 16> watched_{};
+  std::atomic<bool> watchChanged_{true};
+  std::array<std::array<int32_t, kProbeInputs>, 16> inputs_{};
+  std::bitset<16> live_;
 
-  std::thread reader_;
-  std::atomic<bool> stopReader_{false};
-  int wake_[2] = {-1, -1};
-  double lastLook_ = 0.0;               // the reader's
-  bool watchChanged_ = false;           // the reader's: a device lost or back
+  std::thread looker_;
+  std::condition_variable lookWake_;    // with mutex_
+  bool looking_ = false;                // mutex_'s
+  bool stopLooking_ = false;            // mutex_'s
   std::set<std::string> refusedPaths_;  // said once, not again at each look
 };
 

@@ -1,6 +1,5 @@
 // Which devices stand behind a library: the simulated bench, or the real
 // devices (the device map's and the USB HID ones) together.
-#include <algorithm>
 #include <bitset>
 #include <cstdlib>
 #include <iostream>
@@ -32,6 +31,8 @@ class RealBackend final : public DeviceBackend {
         hid_.Close(c);
       }
     }
+    hidPaces_ = false;
+    for (int c = 0; c < kChannels; ++c) hidPaces_ = hidPaces_ || hid_.Present(c);
   }
 
   bool Present(int channel) const override {
@@ -39,12 +40,11 @@ class RealBackend final : public DeviceBackend {
   }
   bool Prepared(int channel) const override { return Owner(channel).Prepared(channel); }
 
-  // The HID devices pace the read when there are any; the mapped ones take
-  // what is left of the wait.
+  // The HID devices pace the read when there are any: the mapped ones then
+  // give what they have without waiting, or a pass would last the whole wait.
   void BeginReads(double waitMs) override {
-    const double start = SteadyMilliseconds();
     hid_.BeginReads(waitMs);
-    mapped_.BeginReads(std::max(0.0, waitMs - (SteadyMilliseconds() - start)));
+    mapped_.BeginReads(hidPaces_ ? 0.0 : waitMs);
   }
 
   bool Read(int channel, double nowMs, int32_t* out) override {
@@ -78,6 +78,7 @@ class RealBackend final : public DeviceBackend {
   DeviceBackend& mapped_;
   DeviceBackend& hid_;
   std::bitset<kChannels> mappedOwns_;
+  bool hidPaces_ = false;
 };
 
 }  // namespace
