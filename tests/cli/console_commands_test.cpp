@@ -1,11 +1,7 @@
 // The console commands as main calls them, each on a program folder of its own.
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <thread>
 
 #include "cli/console_run.h"
 #include "cli/monitor_command.h"
@@ -14,7 +10,6 @@
 #include "logging/journal_recovery.h"
 #include "platform/special_folders.h"
 #include "settings/FileSaveSystem.h"
-#include "support/modbus_server.h"
 #include "support/program_folder.h"
 #include "support/scoped_environment.h"
 
@@ -139,61 +134,6 @@ TEST(ConsoleCommands, RecordRefusesAnEmptyCommentForASubFolder) {
   EXPECT_NE(testing::internal::GetCapturedStderr().find("コメントを記入して下さい。"),
             std::string::npos);
   EXPECT_TRUE(fs::is_empty(logs.Path()));
-}
-
-// A run on a Modbus server that is switched off for a while and on again:
-// rows keep coming at their pace, with the last input while the server is
-// off, and with what it says once it is back.
-TEST(ConsoleCommands, RecordGoesOnWhileAServerOfTheDeviceMapIsOff) {
-  ProgramFolder program;
-  TempFolder logs;
-  test::ModbusServer server;
-  server.SetDiscrete(0, true);
-  TempFolder mapFolder;
-  const test::ScopedEnvironment map(
-      "KVR_DEVICES",
-      mapFolder
-          .Write("devices.conf", "usbio 0 modbus-tcp " + server.Place() + " unit 1 discrete 0\n")
-          .string());
-  RunOptions options;
-  options.seconds = 2.0;
-  options.samplingMs = 50;
-  options.format = 2;
-  options.folder = logs.Path().string();
-  std::thread switcher([&] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(500));
-    server.Stop();
-    server.SetDiscrete(1, true);
-    std::this_thread::sleep_for(std::chrono::milliseconds(700));
-    server.Start();
-  });
-  testing::internal::CaptureStderr();
-  const int status = RunRecord(options, program.Path());
-  switcher.join();
-  const std::string said = testing::internal::GetCapturedStderr();
-  ASSERT_EQ(status, 0) << said;
-  EXPECT_NE(said.find("is lost"), std::string::npos) << said;
-
-  const std::vector<std::string> files = LogsIn(logs.Path());
-  ASSERT_EQ(files.size(), 1u);
-  std::ifstream csv(files[0]);
-  std::vector<std::pair<double, std::string>> rows;  // time, b0 and b1
-  for (std::string line; std::getline(csv, line);) {
-    double ms = 0.0;
-    int b0 = 0, b1 = 0;
-    if (std::sscanf(line.c_str(), " %lf , %d , %d ,", &ms, &b0, &b1) == 3) {
-      rows.emplace_back(ms, std::to_string(b0) + std::to_string(b1));
-    }
-  }
-  ASSERT_GT(rows.size(), 30u);
-  EXPECT_EQ(rows.front().second, "10");
-  EXPECT_EQ(rows.back().second, "11") << "what the server says once it is back";
-  double longestGap = 0.0;
-  for (std::size_t i = 1; i < rows.size(); ++i) {
-    EXPECT_NE(rows[i].second, "00") << "row " << i << ": the last input stays";
-    longestGap = std::max(longestGap, rows[i].first - rows[i - 1].first);
-  }
-  EXPECT_LT(longestGap, 200.0) << "rows keep their 50 ms pace while the server is off";
 }
 
 // Showing the settings changes nothing, not even a file of another version.

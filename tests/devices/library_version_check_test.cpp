@@ -102,10 +102,5 @@ TEST(CheckLibraryVersions, ALibraryThatCannotBeCalledEndsSilently) {
   }
 }
 
-TEST(CleanVersionText, DropsNulsAndTrimsBlanks) {
-  const char buffer[16] = {' ', 'V', 'e', 'r', '\0', '1', '.', '0', '0', ' ', ' ', '\0'};
-  EXPECT_EQ(CleanVersionText(buffer), "Ver1.00");
-}
-
 }  // namespace
 }  // namespace tavelin

@@ -56,21 +56,6 @@ TEST(SignalSources, AnalogPatternsStayOnTheTwelveBitScale) {
   EXPECT_EQ(pins[3], 0);  // half a period behind
 }
 
-// Each pin runs a sixth of a period behind the one before: it shows now
-// what the pin before it showed a sixth of a period ago.
-TEST(SignalSources, EachPinLagsTheOneBeforeBySixthOfAPeriod) {
-  for (auto make : {MakeSine, MakeRamp}) {
-    auto source = make(600);
-    for (double now : {130.0, 1000.0, 2345.0}) {
-      int32_t current[kProbeInputs], earlier[kProbeInputs];
-      source->Read(now, current);
-      source->Read(now - 100, earlier);
-      for (int p = 1; p < kProbeInputs; ++p)
-        EXPECT_EQ(current[p], earlier[p - 1]) << now << " " << p;
-    }
-  }
-}
-
 TEST(SimulationFile, ReadsEachFamilyAndItsOptions) {
   tavelin::test::TempFolder folder;
   folder.Write("a.seq", "1 2 3 4 5 6\n");

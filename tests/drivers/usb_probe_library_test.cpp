@@ -36,18 +36,6 @@ TEST(UsbProbeLibrary, ReadsAndConvertsThePinsOfFoundProbes) {
   }
 }
 
-TEST(UsbProbeLibrary, ScriptedProbeStepsOncePerRead) {
-  Simulation simulation("probe 0 script pins.seq\n");
-  simulation.Script("pins.seq", {"1 2 3 4 5 6", "4095 0 0 0 0 7"});
-  KVR_USB_Probe probe(BuiltLibraries().usbProbe.api);
-  probe.openDevice();
-  probe.ReciveData();
-  EXPECT_EQ(probe.USBProbe_AN_Data(5), 6);
-  probe.ReciveData();
-  EXPECT_EQ(probe.USBProbe_AN_Data(0), 4095);
-  EXPECT_EQ(probe.USBProbe_AN_Data(5), 7);
-}
-
 TEST(UsbProbeLibrary, FaultyProbeLinesAreReportedByThisLibrary) {
   Simulation simulation(
       "probe 0 constant 1 2 3 4 5 6 7\nprobe 2 script nothing.seq\nprobe 4 ramp\n");

@@ -185,81 +185,46 @@ TEST(UsbIoLibrary, WithoutSimulationOrHardwareNothingIsFound) {
   for (int16_t c = 0; c <= 16; ++c) EXPECT_EQ(io.HidCh(c), -1);
 }
 
-TEST(UsbIoLibrary, KindsAndWrittenSettings) {
-  // Channel 13 is written here and stays prepared for the life of the process.
-  Simulation simulation("usbio 4 prepared constant 1\nusbio 13 plain constant 2\n");
+// The simulated bench is what its file says at each search: a plain module
+// is found by the writer's search alone until a write prepares it (for the
+// life of the process, and only that module), modules come and go, and a
+// script steps once per read, in any base, comments left out.
+TEST(UsbIoLibrary, TheSimulatedBenchFollowsItsFile) {
+  Simulation simulation("usbio 1 prepared script steps.seq\nusbio 13 plain constant 2\n");
+  simulation.Script("steps.seq", {"# three steps", "1", "0x80", "0b00000110"});
   USB_IO_IF shared(BuiltLibraries().usbIo.api);
   shared.openDevice();
   EXPECT_EQ(shared.FindDevice, 1);
-  EXPECT_GE(shared.HidCh(4), 0);
   EXPECT_EQ(shared.HidCh(13), -1);
+  for (int value : {1, 0x80, 0b110, 1}) {
+    shared.ReciveData();
+    EXPECT_EQ(shared.USBIO_J1_Data(1), value);
+    for (int16_t k = 0; k < 8; ++k) EXPECT_EQ(shared.USBIO_J1_Data_Bit(8 + k), (value >> k) & 1);
+  }
 
   USB_IO_IF writer(BuiltLibraries().usbIo.api);
   writer.searchDevice();
   EXPECT_EQ(writer.FindDevice, 2);
   EXPECT_EQ(writer.setting_writeDevice(), 2);
 
-  simulation.Rewrite("usbio 4 prepared constant 1\nusbio  13 plain constant 2 # re-read\n");
+  simulation.Rewrite(
+      "usbio 1 prepared script steps.seq\nusbio  13 plain constant 2 # re-read\n"
+      "usbio 9 prepared constant 5\n");
   shared.Param_ALL_Clear();
   shared.openDevice();
-  EXPECT_EQ(shared.FindDevice, 2);
+  EXPECT_EQ(shared.FindDevice, 3);
   EXPECT_GE(shared.HidCh(13), 0);
+  shared.ReciveData();
+  EXPECT_EQ(shared.USBIO_J1_Data(1), 0x80);  // still plugged in: its script goes on
+  EXPECT_EQ(shared.USBIO_J1_Data(9), 5);
 
-  // Another module on channel 13 has had no settings written.
-  simulation.Rewrite("usbio 4 prepared constant 1\nusbio 13 plain constant 7\n");
+  // Another module on channel 13 has had no settings written; module 1 is gone.
+  simulation.Rewrite("usbio 9 prepared constant 5\nusbio 13 plain constant 7\n");
   shared.Param_ALL_Clear();
   shared.openDevice();
+  EXPECT_EQ(shared.FindDevice, 1);
   EXPECT_EQ(shared.HidCh(13), -1);
-}
-
-// A write counts the modules that took the settings.
-TEST(UsbIoLibrary, AWriteCountsTheModulesThatTookIt) {
-  Simulation simulation(
-      "usbio 1 plain constant 1\nusbio 2 plain constant 2 write-fails\nusbio 3 plain constant 3\n");
-  USB_IO_IF writer(BuiltLibraries().usbIo.api);
-  writer.searchDevice();
-  EXPECT_EQ(writer.FindDevice, 3);
-  EXPECT_EQ(writer.setting_writeDevice(), 2);
-  USB_IO_IF shared(BuiltLibraries().usbIo.api);
-  shared.openDevice();
-  EXPECT_EQ(shared.FindDevice, 2);
-  EXPECT_EQ(shared.HidCh(2), -1);
-}
-
-TEST(UsbIoLibrary, ScriptedModuleStepsOncePerRead) {
-  Simulation simulation("usbio 1 prepared script steps.seq\n");
-  simulation.Script("steps.seq", {"# three steps", "1", "0x80", "0b00000110"});
-  USB_IO_IF io(BuiltLibraries().usbIo.api);
-  io.openDevice();
-  const int expected[] = {1, 0x80, 0b110, 1};
-  for (int value : expected) {
-    io.ReciveData();
-    EXPECT_EQ(io.USBIO_J1_Data(1), value);
-    for (int16_t k = 0; k < 8; ++k) EXPECT_EQ(io.USBIO_J1_Data_Bit(8 + k), (value >> k) & 1);
-  }
-}
-
-TEST(UsbIoLibrary, ModulesComeAndGoWithTheFile) {
-  Simulation simulation("usbio 0 prepared script steps.seq\n");
-  simulation.Script("steps.seq", {"10", "20", "30", "40"});
-  USB_IO_IF io(BuiltLibraries().usbIo.api);
-  io.openDevice();
-  io.ReciveData();
-  EXPECT_EQ(io.USBIO_J1_Data(0), 10);
-
-  simulation.Rewrite("usbio 0 prepared script steps.seq\nusbio 9 prepared constant 5\n");
-  io.Param_ALL_Clear();
-  io.openDevice();
-  EXPECT_EQ(io.FindDevice, 2);
-  io.ReciveData();
-  EXPECT_EQ(io.USBIO_J1_Data(0), 20);  // still plugged in: its script goes on
-  EXPECT_EQ(io.USBIO_J1_Data(9), 5);
-
-  simulation.Rewrite("usbio 9 prepared constant 5\n");
-  io.Param_ALL_Clear();
-  io.openDevice();
-  EXPECT_EQ(io.FindDevice, 1);
-  EXPECT_EQ(io.HidCh(0), -1);
+  EXPECT_EQ(shared.HidCh(1), -1);
 }
 
 TEST(UsbIoLibrary, AModulePulledOutKeepsItsLastInputAndIsNotFoundAgain) {

@@ -20,27 +20,16 @@ QString Repeated(const QString& text, int times) {
 class ChannelSettingsTest : public QObject {
   Q_OBJECT
 
-  struct Opened {
-    ProgramFolder folder;
-    std::unique_ptr<Simulation> simulation;
-    std::unique_ptr<Booted> booted;
-    ViewFrame* view = nullptr;
-    ELM327_Info& Device() { return booted->form1->device; }
-    KVR_USB_Probe& Probe() { return booted->form1->USB_Probe; }
-    FormOption1* Digital() { return booted->form1->TheFormOption1(); }
-    FormOptionAN* Analog() { return booted->form1->TheFormOptionAN(); }
+  struct Opened : MenuOpened {
+    KVR_USB_Probe& Probe() { return Form().USB_Probe; }
+    FormOption1* Digital() { return Form().TheFormOption1(); }
+    FormOptionAN* Analog() { return Form().TheFormOptionAN(); }
   };
 
   // The program booted in `mode` on `bench`, with Ch設定 opened.
-  std::unique_ptr<Opened> Open(int32_t mode, const std::string& bench = {},
-                               const std::function<void(ELM327_Info&)>& change = {}) {
-    auto o = std::make_unique<Opened>();
-    SaveSettings(o->folder, mode, change);
-    if (!bench.empty()) o->simulation = std::make_unique<Simulation>(bench);
-    o->booted = Boot(o->folder);
-    o->view = o->booted->form1->ShownView();
-    o->view->menu_opt_function1->trigger();
-    return o;
+  static std::unique_ptr<Opened> Open(int32_t mode, const std::optional<std::string>& bench = {},
+                                      const std::function<void(ELM327_Info&)>& change = {}) {
+    return OpenFromMenu<Opened>(mode, &ViewFrame::menu_opt_function1, bench, change);
   }
 
  private slots:

@@ -34,21 +34,14 @@ class CommonSettingTest : public QObject {
   Q_OBJECT
 
   // The program booted in `mode` and the dialog opened from its Tool menu.
-  struct Opened {
-    ProgramFolder folder;
-    std::unique_ptr<Booted> booted;
-    ViewFrame* view = nullptr;
+  struct Opened : MenuOpened {
     FormCommonSetting* dialog = nullptr;
-    ELM327_Info& Device() { return booted->form1->device; }
   };
-  std::unique_ptr<Opened> Open(int32_t mode, const std::function<void(ELM327_Info&)>& change = {}) {
-    auto opened = std::make_unique<Opened>();
-    SaveSettings(opened->folder, mode, change);
-    opened->booted = Boot(opened->folder);
-    opened->view = opened->booted->form1->ShownView();
-    opened->view->menu_common_setting->trigger();
-    opened->dialog = opened->booted->form1->TheFormCommonSetting();
-    return opened;
+  static std::unique_ptr<Opened> Open(int32_t mode,
+                                      const std::function<void(ELM327_Info&)>& change = {}) {
+    auto o = OpenFromMenu<Opened>(mode, &ViewFrame::menu_common_setting, {}, change);
+    o->dialog = o->Form().TheFormCommonSetting();
+    return o;
   }
 
  private slots:

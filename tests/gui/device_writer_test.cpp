@@ -15,22 +15,12 @@ const QString kReplug =
 class DeviceWriterTest : public QObject {
   Q_OBJECT
 
-  struct Opened {
-    ProgramFolder folder;
-    Simulation simulation;
-    std::unique_ptr<Booted> booted;
-    ViewFrame* view = nullptr;
+  struct Opened : MenuOpened {
     FormFrashWrite* writer = nullptr;
-    explicit Opened(const std::string& bench) : simulation(bench) {}
   };
-
-  std::unique_ptr<Opened> Open(const std::string& bench) {
-    auto o = std::make_unique<Opened>(bench);
-    SaveSettings(o->folder, 1);
-    o->booted = Boot(o->folder);
-    o->view = o->booted->form1->ShownView();
-    o->view->menu_opt_write_usbio->trigger();
-    o->writer = o->booted->form1->TheFormFrashWrite();
+  static std::unique_ptr<Opened> Open(const std::string& bench) {
+    auto o = OpenFromMenu<Opened>(1, &ViewFrame::menu_opt_write_usbio, bench);
+    o->writer = o->Form().TheFormFrashWrite();
     return o;
   }
 

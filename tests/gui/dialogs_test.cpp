@@ -21,18 +21,13 @@ void Mouse(QWidget* widget, QEvent::Type type, Qt::MouseButton button, Qt::Mouse
 }
 
 // The program booted on view `mode`, its about box opened from the menu.
-struct AboutBoxOpen {
-  explicit AboutBoxOpen(int32_t mode) {
-    SaveSettings(folder, mode);
-    booted = Boot(folder);
-    view().menu_help_version->trigger();
-  }
-  ViewFrame& view() { return *booted->form1->ShownView(); }
-  FormVersion& about() { return booted->form1->TheFormVersion(); }
-
-  ProgramFolder folder;
-  std::unique_ptr<Booted> booted;
+struct AboutBoxOpen : MenuOpened {
+  ViewFrame& View() { return *view; }
+  FormVersion& About() { return Form().TheFormVersion(); }
 };
+std::unique_ptr<AboutBoxOpen> OpenAboutBox(int32_t mode) {
+  return OpenFromMenu<AboutBoxOpen>(mode, &ViewFrame::menu_help_version);
+}
 
 class DialogsTest : public QObject {
   Q_OBJECT
@@ -80,9 +75,9 @@ class DialogsTest : public QObject {
   }
 
   void theAboutBoxShowsTheTitleAndClosesFromItsOkPicture() {
-    AboutBoxOpen open(3);
-    ViewFrame& view = open.view();
-    FormVersion& about = open.about();
+    const auto open = OpenAboutBox(3);
+    ViewFrame& view = open->View();
+    FormVersion& about = open->About();
     QVERIFY(about.isVisible());
     QCOMPARE(about.Lb_App_Title->text(), QStringLiteral("タヴェリン Ver1.11"));
     QCOMPARE(about.Lb_copylight->text(), QString::fromUtf8(identity::kNotice));
@@ -110,8 +105,8 @@ class DialogsTest : public QObject {
 
   // Each text stands whole on one line of its label, at the dialog's font.
   void theAboutBoxTextsFitTheirLabels() {
-    AboutBoxOpen open(1);
-    FormVersion& about = open.about();
+    const auto open = OpenAboutBox(1);
+    FormVersion& about = open->About();
     for (QLabel* label : {about.Lb_App_Title, about.Lb_copylight, about.Lb_URL, about.Lb_OK}) {
       const QFontMetrics metrics(label->font());
       QVERIFY2(metrics.horizontalAdvance(label->text()) <= label->width(),
@@ -126,9 +121,9 @@ class DialogsTest : public QObject {
   // button, so moves that still report it held start no new drag, and the
   // next plain click on OK closes the box.
   void aDragEndsWithItsPress() {
-    AboutBoxOpen open(1);
-    ViewFrame& view = open.view();
-    FormVersion& about = open.about();
+    const auto open = OpenAboutBox(1);
+    ViewFrame& view = open->View();
+    FormVersion& about = open->About();
     int drags = 0;
     about.StartSystemMove = [&] { return ++drags > 0; };
     Mouse(about.Lb_App_Title, QEvent::MouseButtonPress, Qt::LeftButton, Qt::LeftButton);
@@ -151,9 +146,9 @@ class DialogsTest : public QObject {
 
   // Loaded once and then only hidden, the box opens again where it was left.
   void theAboutBoxOpensWhereItWasLeft() {
-    AboutBoxOpen open(1);
-    ViewFrame& view = open.view();
-    FormVersion& about = open.about();
+    const auto open = OpenAboutBox(1);
+    ViewFrame& view = open->View();
+    FormVersion& about = open->About();
     about.move(12, 34);
     QTest::mouseClick(about.Img_OK, Qt::LeftButton);
     view.menu_help_version->trigger();

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "app/Form1.h"
@@ -84,6 +85,31 @@ inline std::unique_ptr<Booted> Boot(const ProgramFolder& folder,
                                     std::function<void(Formterms&)> consent = {},
                                     const std::string& writable = {}, bool answer = true) {
   return Boot(folder.Path(), std::move(consent), writable, answer);
+}
+
+// The program booted on view `mode` over the simulated `bench` (or with no
+// simulation at all), its settings as `change` leaves them, with the menu entry `entry`
+// of the view chosen.
+struct MenuOpened {
+  ProgramFolder folder;
+  std::unique_ptr<Simulation> simulation;
+  std::unique_ptr<Booted> booted;
+  ViewFrame* view = nullptr;
+  Form1& Form() { return *booted->form1; }
+  ELM327_Info& Device() { return booted->form1->device; }
+};
+
+template <typename Opened = MenuOpened>
+std::unique_ptr<Opened> OpenFromMenu(int32_t mode, QAction* ViewFrame::*entry,
+                                     const std::optional<std::string>& bench = {},
+                                     const std::function<void(ELM327_Info&)>& change = {}) {
+  auto o = std::make_unique<Opened>();
+  SaveSettings(o->folder, mode, change);
+  if (bench) o->simulation = std::make_unique<Simulation>(*bench);
+  o->booted = Boot(o->folder);
+  o->view = o->booted->form1->ShownView();
+  (o->view->*entry)->trigger();
+  return o;
 }
 
 // A sampling run from the Connect click: `during` runs after `ms`, then

@@ -156,27 +156,20 @@ class ViewFrameTest : public QObject {
     }
   }
 
-  void anEmptyCommentConnectsWhenSubFoldersAreOff() {
-    ProgramFolder folder;
-    SaveSettings(folder, 1);
-    Simulation simulation("usbio 0 prepared constant 1\n");
-    const auto booted = Boot(folder);
-    ViewFrame& view = *booted->form1->ShownView();
-    view.TB_LogComment->setText(QStringLiteral("  "));
-    RunFor(view, 40);
-    QCOMPARE(booted->form1->device.t_LogComment, std::string());
-  }
-
-  void aLongCommentIsCutToFiftyCharactersAtConnect() {
-    ProgramFolder folder;
+  // At connect the comment loses its blanks at the ends and is cut to 50
+  // characters; an empty one connects while sub folders are off.
+  void theCommentIsTrimmedAndCutAtConnect() {
     const std::string sixty = S(QString(60, QChar(0x708E)));  // 炎 × 60
-    SaveSettings(folder, 1, [&](ELM327_Info& device) { device.t_LogComment = sixty; });
-    Simulation simulation("usbio 0 prepared constant 1\n");
-    const auto booted = Boot(folder);
-    QCOMPARE(booted->form1->device.t_LogComment, sixty);
-    RunFor(*booted->form1->ShownView(), 40);
-    QCOMPARE(QString::fromStdString(booted->form1->device.t_LogComment),
-             QString(50, QChar(0x708E)));
+    const std::pair<std::string, QString> cases[] = {{"  ", QString()},
+                                                     {sixty, QString(50, QChar(0x708E))}};
+    for (const auto& [comment, kept] : cases) {
+      ProgramFolder folder;
+      SaveSettings(folder, 1, [&](ELM327_Info& device) { device.t_LogComment = comment; });
+      Simulation simulation("usbio 0 prepared constant 1\n");
+      const auto booted = Boot(folder);
+      RunFor(*booted->form1->ShownView(), 40);
+      QCOMPARE(QString::fromStdString(booted->form1->device.t_LogComment), kept);
+    }
   }
 
   void aReSearchFindsModulesAddedAndRemoved() {
@@ -200,29 +193,6 @@ class ViewFrameTest : public QObject {
     view.menu_opt_search_Click();
     QCOMPARE(StateOf(view), FrameState::NoDevice);
     QCOMPARE(view.Pic_DeviceLED[0]->BackColor(), Rgb(100, 100, 100));
-  }
-
-  void aLoggedRunLeavesItsCsvInTheProgramFolder() {
-    ProgramFolder folder;
-    SaveSettings(folder, 3, [](ELM327_Info& device) {
-      device.t_LogSave_Enable = 1;
-      device.t_LogSaveFormat = 2;
-      device.t_LogSampling = 10;
-    });
-    Simulation simulation("usbio 0 prepared constant 1\n");
-    const auto booted = Boot(folder);
-    ViewFrame& view = *booted->form1->ShownView();
-    QString status;
-    RunFor(view, 100, [&] { status = view.TB_Status_Box->text(); });
-    QCOMPARE(status, QStringLiteral("通信中　ログ出力(csv)"));
-    int logs = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
-      if (entry.path().extension() != ".csv") continue;
-      ++logs;
-      const QString text = QString::fromStdString(FromCodePage(ReadBytes(entry.path())));
-      QVERIFY(text.contains(QStringLiteral("ch0 ：0Ch\r\n")));
-    }
-    QCOMPARE(logs, 1);
   }
 
   void aSpreadsheetRunMakesItsApplicationAndQuitsItAtDisconnect() {

@@ -33,23 +33,6 @@ std::string Journal(int rows, int more) {
   return bytes;
 }
 
-TEST(Journal, ReadsBackWhatWasWritten) {
-  const std::string bytes = Journal(3, 2);
-  const JournalContents contents = ReadJournal(bytes);
-  ASSERT_TRUE(contents.readable) << contents.damage;
-  EXPECT_EQ(contents.damage, "");
-  EXPECT_EQ(contents.head.comment, "炉 A");
-  ASSERT_EQ(contents.head.devices.size(), 2u);
-  EXPECT_EQ(contents.head.devices[1].comment, "圧力");
-  EXPECT_EQ(contents.head.ValueBytes(), 2u);
-  ASSERT_EQ(contents.rows.size(), 5u);
-  EXPECT_EQ(contents.rows[4].time, 4.0);
-  EXPECT_EQ(contents.rows[4].values, (std::string{4, 5}));
-  ASSERT_EQ(contents.marks.size(), 1u);
-  EXPECT_EQ(contents.marks[0].rowsCovered, 3);
-  EXPECT_EQ(contents.marks[0].path, "/logs/SD26030214-001.xls");
-}
-
 // A journal cut at any byte of its last batch gives every whole row before
 // the cut, and says where the rest was lost.
 TEST(Journal, ACutAtAnyByteGivesEveryWholeRowBeforeIt) {

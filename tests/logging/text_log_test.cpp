@@ -98,14 +98,6 @@ TEST_F(TextLog, NoModuleGivesTenBlanksAndBareTimes) {
       << file;
 }
 
-TEST_F(TextLog, ARunWithoutRowsWritesTheHeaderAlone) {
-  devices.PlugModules({0});
-  const std::string file = WriteWithRows(1, {});
-  EXPECT_EQ(file, kTop + "\r\n炉 A, 昇温\r\n2回目\r\n\r\n" + "          ,ch0,,,,,,," +
-                      std::string(21, ' ') + "\r\n" +
-                      "時間[ms]  ,b0 ,b1 ,b2 ,b3 ,b4 ,b5 ,b6 ,b7 ,\r\n");
-}
-
 TEST_F(TextLog, TheCounterNotTheBufferDecidesWhetherRowsAreWritten) {
   devices.PlugModules({0});
   device.t_ViewCh = 1;
@@ -117,18 +109,6 @@ TEST_F(TextLog, TheCounterNotTheBufferDecidesWhetherRowsAreWritten) {
   const std::string file = ReadLog(bench.program.Path() / "SD26030214-001.csv");
   EXPECT_EQ(file.find("       5 , "), std::string::npos);
   EXPECT_EQ(log.csv_DB1.Text(), "");  // and the rows are gone
-}
-
-TEST_F(TextLog, FileBytesAreCp932WithoutMarkAndWithCrLf) {
-  device.t_LogComment = "時間ü";
-  devices.PlugModules({0});
-  WriteWithRows(1, {1});
-  const std::string bytes = ReadBytes(path);
-  EXPECT_NE(bytes.substr(0, 3), "\xEF\xBB\xBF");
-  EXPECT_NE(bytes.find("\x8E\x9E\x8A\xD4?\r\n"), std::string::npos);  // 時間, then ü as "?"
-  for (std::size_t at = bytes.find('\n'); at != std::string::npos; at = bytes.find('\n', at + 1)) {
-    EXPECT_EQ(bytes[at - 1], '\r');
-  }
 }
 
 TEST_F(TextLog, ABrokenCommentLosesNothingAfterIt) {

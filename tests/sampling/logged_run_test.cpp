@@ -122,13 +122,6 @@ TEST_F(LoggedRun, LoggingOffWritesNothingButStillMakesTheSubFolder) {
   EXPECT_NE(engine_.Excel_DB.csv_Header_Bottom.find("off"), std::string::npos);
 }
 
-TEST_F(LoggedRun, TheSpreadsheetFormatWritesNoCsv) {
-  device.t_LogSaveFormat = 1;
-  Run(1);
-  EXPECT_TRUE(Logs().empty());
-  EXPECT_EQ(view.status, "通信中　ログ出力(Excel)");
-}
-
 // The name search and the workbook write yield to the message pump: with
 // the environment the program and the console use, as with any other.
 class LoggedRunOnTheSystem : public test::SamplingRun {

@@ -7,15 +7,9 @@ namespace {
 
 TEST(ELM327_Info, StartsWithTheDefaults) {
   ELM327_Info device;
-  EXPECT_EQ(device.install_version, 111);
-  EXPECT_EQ(device.Application_title, "タヴェリン Ver1.11");
-  EXPECT_EQ(device.Application_title2, "タヴェリン");
+  // The config record's defaults are its byte test's; these are the rest.
   EXPECT_EQ(device.kvr100_DLL_Version, "Ver1.21");
-  EXPECT_EQ(device.t_bitRate, 2);
-  EXPECT_EQ(device.t_LogSaveFormat, 1);
   EXPECT_EQ(device.t_LogComment, "サンプリング ログ");
-  EXPECT_EQ(device.t_LogSampling, 300);
-  EXPECT_EQ(device.t_ViewCh, 1);
   EXPECT_EQ(device.MAX_Ch, 16);
   EXPECT_EQ(device.MAX_bit, 128);
   EXPECT_FALSE(device.t_Hardware_Driver_Enable.has_value());
