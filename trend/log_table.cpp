@@ -6,6 +6,7 @@
 #include <charconv>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <sstream>
 
@@ -172,8 +173,12 @@ LogTable ReadXls(const std::string& path) {
     return table;
   }
   Label(table, FilledForward(groups, names.size()), names);
+  table.times.reserve(rows - kHeadingRow - 1);
+  for (std::vector<float>& column : table.columns) column.reserve(rows - kHeadingRow - 1);
+  std::vector<double> row;
+  row.reserve(names.size());
   for (unsigned r = kHeadingRow + 1; r < rows; ++r) {
-    std::vector<double> row;
+    row.clear();
     for (unsigned short c = 0; c < names.size(); ++c) {
       const FreeXL_CellValue value = cell(r, c);
       if (value.type == FREEXL_CELL_DOUBLE) {
@@ -198,30 +203,44 @@ bool EndsWith(const std::string& text, const std::string& end) {
   return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-// "SD26112422-", 7, ".xls" of "SD26112422-007.xls"; false for another name.
-bool NumberedName(const std::string& name, std::string& stem, int& number, std::string& extension) {
-  const std::size_t dash = name.rfind('-');
+// "SD26112422-007.xls": the name the program gives a log.
+bool LogName(const std::string& name) {
   const std::size_t dot = name.rfind('.');
-  if (dash == std::string::npos || dot == std::string::npos || dot < dash + 2) return false;
-  const std::string digits = name.substr(dash + 1, dot - dash - 1);
-  const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  if (result.ec != std::errc() || result.ptr != digits.data() + digits.size()) return false;
-  stem = name.substr(0, dash + 1);
-  extension = name.substr(dot);
-  return true;
+  if (name.size() < 14 || name.compare(0, 2, "SD") != 0 || name[10] != '-' || dot == 11 ||
+      dot == std::string::npos) {
+    return false;
+  }
+  const auto digits = [&](std::size_t from, std::size_t to) {
+    return std::all_of(name.begin() + static_cast<std::ptrdiff_t>(from),
+                       name.begin() + static_cast<std::ptrdiff_t>(to),
+                       [](char c) { return c >= '0' && c <= '9'; });
+  };
+  return digits(2, 10) && digits(11, dot);
 }
 
-fs::path Neighbour(const fs::path& path, const std::string& stem, int number,
-                   const std::string& extension) {
-  char digits[16];
-  std::snprintf(digits, sizeof digits, "%03d", number);
-  return path.parent_path() / (stem + digits + extension);
+// The logs beside `path` of its kind, in the order they were written: the
+// names sort by the hour, then by the number within it (99 before 099100).
+std::vector<fs::path> LogsBeside(const fs::path& path) {
+  std::vector<fs::path> logs;
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(path.parent_path(), error)) {
+    const fs::path& found = entry.path();
+    if (found.extension() == path.extension() && LogName(found.filename().string()))
+      logs.push_back(found);
+  }
+  std::sort(logs.begin(), logs.end());
+  return logs;
 }
 
-// `next` goes on from `table`: the same traces and a clock that goes on.
+// `next` goes on from a file of `labels` whose last row came at `lastMs`:
+// the same traces and a clock that goes on.
+bool GoesOn(const std::vector<std::string>& labels, double lastMs, const LogTable& next) {
+  return next.problem.empty() && next.labels == labels && !next.times.empty() &&
+         next.times.front() >= lastMs;
+}
+
 bool GoesOn(const LogTable& table, const LogTable& next) {
-  return next.problem.empty() && next.labels == table.labels && !table.times.empty() &&
-         !next.times.empty() && next.times.front() >= table.times.back();
+  return !table.times.empty() && GoesOn(table.labels, table.times.back(), next);
 }
 
 void Append(LogTable& table, const LogTable& next) {
@@ -240,42 +259,62 @@ LogTable ReadLogFile(const std::string& path) {
   return EndsWith(lower, ".xls") ? ReadXls(path) : ReadCsv(path);
 }
 
-LogTable ReadLogRun(const std::string& path, std::vector<std::string>* files,
-                    std::atomic<int>* filesRead) {
+void ForEachFileOfRun(const std::string& path, const std::function<void(RunFileRead&)>& take,
+                      std::atomic<int>* filesRead) {
   const auto count = [filesRead] {
     if (filesRead != nullptr) ++*filesRead;
   };
-  LogTable table = ReadLogFile(path);
-  if (files != nullptr) *files = {path};
-  std::string stem, extension;
-  int number = 0;
-  if (!table.problem.empty() ||
-      !NumberedName(fs::path(path).filename().string(), stem, number, extension)) {
-    return table;
+  RunFileRead file{path, ReadLogFile(path), 1};
+  const std::vector<fs::path> logs =
+      LogName(fs::path(path).filename().string()) ? LogsBeside(path) : std::vector<fs::path>{};
+  const auto at = std::find_if(logs.begin(), logs.end(), [&](const fs::path& log) {
+    return log.filename() == fs::path(path).filename();
+  });
+  if (!file.table.problem.empty() || at == logs.end()) {
+    take(file);
+    return;
   }
-  // Back to the run's first file, then on to its last.
-  int first = number;
-  LogTable head = table;
-  while (first > 1) {
-    const fs::path before = Neighbour(path, stem, first - 1, extension);
-    if (!fs::exists(before)) break;
-    LogTable earlier = ReadLogFile(before.string());
+  // Back to the run's first file: each one before must lead into the next.
+  auto first = at;
+  LogTable head = std::move(file.table);
+  while (first != logs.begin()) {
+    LogTable earlier = ReadLogFile(std::prev(first)->string());
     count();
     if (!GoesOn(earlier, head)) break;
     head = std::move(earlier);
     --first;
   }
-  LogTable run = ReadLogFile(Neighbour(path, stem, first, extension).string());
-  if (files != nullptr) *files = {Neighbour(path, stem, first, extension).string()};
-  for (int n = first + 1;; ++n) {
-    const fs::path after = Neighbour(path, stem, n, extension);
-    if (!fs::exists(after)) break;
-    const LogTable next = ReadLogFile(after.string());
+  file = {first->string(), std::move(head), static_cast<int>(logs.end() - first)};
+  std::vector<std::string> labels = file.table.labels;
+  double lastMs = file.table.times.empty() ? 0.0 : file.table.times.back();
+  const bool any = !file.table.times.empty();
+  take(file);
+  for (auto next = std::next(first); any && next != logs.end(); ++next) {
+    file = {next->string(), ReadLogFile(next->string()), static_cast<int>(logs.end() - first)};
     count();
-    if (!GoesOn(run, next)) break;
-    Append(run, next);
-    if (files != nullptr) files->push_back(after.string());
+    if (!GoesOn(labels, lastMs, file.table)) break;
+    lastMs = file.table.times.back();
+    take(file);
   }
+}
+
+LogTable ReadLogRun(const std::string& path, std::vector<std::string>* files,
+                    std::atomic<int>* filesRead) {
+  LogTable run;
+  bool first = true;
+  if (files != nullptr) files->clear();
+  ForEachFileOfRun(
+      path,
+      [&](RunFileRead& file) {
+        if (first) {
+          run = std::move(file.table);
+          first = false;
+        } else {
+          Append(run, file.table);
+        }
+        if (files != nullptr) files->push_back(file.path);
+      },
+      filesRead);
   return run;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 #include <atomic>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,9 +21,22 @@ struct LogTable {
 // to any damage.
 LogTable ReadLogFile(const std::string& path);
 
-// The numbered files of the run `path` belongs to, in its folder, as one
-// table: the files around it with the same name stem, layout and a
-// clock that goes on from the file before.
+// One file of a run, as the walk over the run's files reads it.
+struct RunFileRead {
+  std::string path;
+  LogTable table;
+  int filesInRun = 1;  // the numbered files from the run's first on, counted before reading
+};
+
+// The files of the run `path` belongs to (see ReadLogRun), one at a time
+// from the first, each given to `take`, which may keep its table: a long
+// run is never whole in memory.
+void ForEachFileOfRun(const std::string& path, const std::function<void(RunFileRead&)>& take,
+                      std::atomic<int>* filesRead = nullptr);
+
+// The files of the run `path` belongs to, in its folder, as one table: the
+// logs written before and after it (across clock hours too) with the same
+// layout and a clock that goes on from the file before.
 // `filesRead`, when given, counts the files read so far (a window shows it
 // while a long run loads on another thread).
 LogTable ReadLogRun(const std::string& path, std::vector<std::string>* files = nullptr,

@@ -21,6 +21,7 @@ class MinMaxPyramid {
   void Append(float value);
   std::size_t Size() const { return samples_.size(); }
   float At(std::size_t index) const { return samples_.at(index); }
+  const std::vector<float>& Samples() const { return samples_; }
   // The extremes of samples [first, last); none for an empty span.
   Extremes Over(std::size_t first, std::size_t last) const;
   std::size_t Levels() const { return levels_.size(); }

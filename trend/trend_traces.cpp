@@ -4,19 +4,53 @@
 #include <stdexcept>
 
 namespace tavelin {
+namespace {
+
+// The two samples a block of `count` values keeps: its minimum and its
+// maximum, in the order they came.
+void AppendExtremes(MinMaxPyramid& to, const float* values, std::size_t count) {
+  std::size_t low = 0, high = 0;
+  for (std::size_t i = 1; i < count; ++i) {
+    if (values[i] < values[low]) low = i;
+    if (values[i] > values[high]) high = i;
+  }
+  to.Append(values[std::min(low, high)]);
+  to.Append(values[std::max(low, high)]);
+}
+
+}  // namespace
 
 TrendTraces::TrendTraces(const LogTable& table) {
   SetLabels(table.labels);
-  times_ = table.times;
-  for (std::size_t c = 0; c < table.columns.size(); ++c) {
-    for (const float value : table.columns[c]) traces_[c].Append(value);
-  }
+  AppendReduced(table, 1);
 }
 
 void TrendTraces::SetLabels(std::vector<std::string> labels) {
   labels_ = std::move(labels);
   times_.clear();
   traces_.assign(labels_.size(), MinMaxPyramid{});
+  detail_.reset();
+}
+
+void TrendTraces::AppendReduced(const LogTable& table, std::size_t block) {
+  if (table.columns.size() != traces_.size())
+    throw std::invalid_argument("a table of other traces");
+  block_ = std::max<std::size_t>(block, 1);
+  const std::size_t rows = table.times.size();
+  if (block_ == 1) {
+    for (const double time : table.times) times_.push_back(std::max(time, LastMs()));
+    for (std::size_t t = 0; t < traces_.size(); ++t) {
+      for (const float value : table.columns[t]) traces_[t].Append(value);
+    }
+    return;
+  }
+  for (std::size_t first = 0; first < rows; first += block_) {
+    const std::size_t count = std::min(block_, rows - first);
+    times_.push_back(std::max(table.times[first], LastMs()));
+    times_.push_back(std::max(table.times[first + count - 1], LastMs()));
+    for (std::size_t t = 0; t < traces_.size(); ++t)
+      AppendExtremes(traces_[t], table.columns[t].data() + first, count);
+  }
 }
 
 void TrendTraces::Append(double timeMs, const std::vector<float>& values) {
@@ -89,20 +123,27 @@ void TrendTraces::CompactOlder(std::size_t keepRecent) {
   }
   times.insert(times.end(), times_.begin() + static_cast<std::ptrdiff_t>(older), times_.end());
   for (std::size_t t = 0; t < traces_.size(); ++t) {
-    const MinMaxPyramid& from = traces_[t];
-    for (std::size_t first = 0; first < older; first += kBlock) {
-      std::size_t low = first, high = first;
-      for (std::size_t i = first; i < first + kBlock; ++i) {
-        if (from.At(i) < from.At(low)) low = i;
-        if (from.At(i) > from.At(high)) high = i;
-      }
-      traces[t].Append(from.At(std::min(low, high)));
-      traces[t].Append(from.At(std::max(low, high)));
-    }
-    for (std::size_t i = older; i < from.Size(); ++i) traces[t].Append(from.At(i));
+    const std::vector<float>& from = traces_[t].Samples();
+    for (std::size_t first = 0; first < older; first += kBlock)
+      AppendExtremes(traces[t], from.data() + first, kBlock);
+    for (std::size_t i = older; i < from.size(); ++i) traces[t].Append(from[i]);
   }
   times_ = std::move(times);
   traces_ = std::move(traces);
+}
+
+bool TrendTraces::NeedsDetail(double fromMs, double toMs, int width) const {
+  if (block_ == 1 || width <= 0) return false;
+  return IndexAt(toMs) - IndexAt(fromMs) < 2 * static_cast<std::size_t>(width);
+}
+
+const TrendTraces& TrendTraces::ForSpan(double fromMs, double toMs, int width) const {
+  if (detail_ == nullptr || detail_->Samples() == 0 || !NeedsDetail(fromMs, toMs, width)) {
+    return *this;
+  }
+  const double from = std::max(fromMs, FirstMs());
+  const double to = std::min(toMs, LastMs());
+  return detail_->FirstMs() <= from && detail_->LastMs() >= to ? *detail_ : *this;
 }
 
 std::size_t TrendTraces::MemoryBytes() const {

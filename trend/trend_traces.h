@@ -1,5 +1,6 @@
 #pragma once
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,14 @@ class TrendTraces {
   // One sample of every trace, in the order of the labels, at `timeMs`
   // (not before the last one's).
   void Append(double timeMs, const std::vector<float>& values);
+  // The rows of `table` (its labels, its traces), each `block` rows kept as
+  // two samples: every trace's minimum and maximum of the block in the
+  // order they came, at the times of the block's first and last rows. So
+  // each block's extremes show at every zoom, and a long run takes a
+  // fraction of the memory. `block` 1 keeps every row.
+  void AppendReduced(const LogTable& table, std::size_t block);
+  // How many rows two samples stand for (1: every row is a sample).
+  std::size_t Block() const { return block_; }
 
   const std::vector<std::string>& Labels() const { return labels_; }
   std::size_t Samples() const { return times_.size(); }
@@ -42,6 +51,17 @@ class TrendTraces {
   // The extremes of a whole trace, for its vertical scale.
   MinMaxPyramid::Extremes Range(std::size_t trace) const;
   std::size_t MemoryBytes() const;
+
+  // Whether a frame over [fromMs, toMs) of `width` columns wants more than
+  // the reduced samples: fewer than two of them a column.
+  bool NeedsDetail(double fromMs, double toMs, int width) const;
+  // Every sample of a part of the run, read back for a narrow frame.
+  void SetDetail(std::shared_ptr<const TrendTraces> detail) { detail_ = std::move(detail); }
+  const TrendTraces* Detail() const { return detail_.get(); }
+  // What a frame is drawn from: the detail when the frame wants it and it
+  // covers the frame's span of the run, else these traces.
+  const TrendTraces& ForSpan(double fromMs, double toMs, int width) const;
+
   // Bounds a long live run's memory without hiding anything: the samples
   // before the newest `keepRecent` are replaced, eight by eight, by each
   // block's minimum and maximum in the order they came (two samples for
@@ -54,6 +74,8 @@ class TrendTraces {
   std::vector<std::string> labels_;
   std::vector<double> times_;
   std::vector<MinMaxPyramid> traces_;
+  std::size_t block_ = 1;
+  std::shared_ptr<const TrendTraces> detail_;
 };
 
 }  // namespace tavelin

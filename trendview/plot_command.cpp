@@ -7,7 +7,7 @@
 #include <iostream>
 #include <optional>
 
-#include "trend/log_table.h"
+#include "trend/past_run.h"
 #include "trendview/trend_plot.h"
 
 namespace tavelin {
@@ -115,15 +115,14 @@ int RunPlot(const std::vector<std::string>& arguments) {
     std::cerr << "tavelin: " << why << "\n";
     return 2;
   }
-  const LogTable table = ReadLogRun(options->log);
-  if (table.times.empty()) {
+  const PastRun run = ReadPastRun(options->log);
+  if (run.rows == 0) {
     std::cerr << "tavelin: " << options->log << ": "
-              << (table.problem.empty() ? "行がありません" : table.problem) << "\n";
+              << (run.problem.empty() ? "行がありません" : run.problem) << "\n";
     return 1;
   }
-  if (!table.problem.empty())
-    std::cerr << "tavelin: " << options->log << ": " << table.problem << "\n";
-  const TrendTraces traces(table);
+  if (!run.problem.empty()) std::cerr << "tavelin: " << options->log << ": " << run.problem << "\n";
+  const TrendTraces& traces = run.traces;
   TrendFrame frame;
   const auto shown = Shown(options->channels, traces.Labels(), why);
   if (!shown) {

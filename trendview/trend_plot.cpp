@@ -115,8 +115,11 @@ void PaintLanes(QPainter& painter, const QRect& area, const TrendTraces& traces,
   }
   sink(strokes, QColor(0xe4, 0xe4, 0xe4));
 
+  // The frame's samples from the run's rows read back when the reduced
+  // ones are too few; the scale stays the whole run's.
+  const TrendTraces& source = traces.ForSpan(frame.fromMs, frame.toMs, plot.width());
   const std::vector<std::size_t> bounds =
-      traces.ColumnBounds(frame.fromMs, frame.toMs, plot.width());
+      source.ColumnBounds(frame.fromMs, frame.toMs, plot.width());
   const int lanes = static_cast<int>(frame.shown.size());
   strokes.clear();
   for (int lane = 0; lane < lanes; ++lane) {
@@ -134,7 +137,7 @@ void PaintLanes(QPainter& painter, const QRect& area, const TrendTraces& traces,
     const int margin = std::min(4, (bottom - top) / 6);
     const double pixelsPerUnit = (bottom - top - 2 * margin) / (high - low);
     const auto yOf = [&](float v) { return Pixel(bottom - margin - (v - low) * pixelsPerUnit); };
-    const auto columns = traces.Columns(trace, bounds);
+    const auto columns = source.Columns(trace, bounds);
     strokes.clear();
     // Each column's extremes as a vertical stroke, joined to the column
     // before that held samples, so that sparse samples still read as a line.
@@ -169,10 +172,11 @@ void PaintCursor(QPainter& painter, const QRect& area, const TrendTraces& traces
     painter.setPen(QPen(Qt::black, 1, Qt::DashLine));
     painter.drawLine(QPointF(x, plot.top()), QPointF(x, plot.bottom()));
     QStringList lines{TimeText(*frame.cursorMs, msPerPixel * 10)};
+    const TrendTraces& source = traces.ForSpan(frame.fromMs, frame.toMs, plot.width());
     for (const std::size_t trace : frame.shown) {
       float value = 0.0f;
       lines << QString::fromStdString(traces.Labels()[trace]) + "  " +
-                   (traces.ValueAt(trace, *frame.cursorMs, value) ? ValueText(value) : "-");
+                   (source.ValueAt(trace, *frame.cursorMs, value) ? ValueText(value) : "-");
     }
     const QString text = lines.join('\n');
     QRect box =
@@ -305,6 +309,10 @@ bool SaveTrendPicture(const QString& path, const QSize& size, const TrendTraces&
 TrendPlot::TrendPlot(QWidget* parent) : QWidget(parent) {
   setMouseTracking(true);
   setMinimumSize(400, 200);
+}
+
+int TrendPlot::PlotWidth() const {
+  return PlotArea(rect()).width();
 }
 
 void TrendPlot::SetTraces(const TrendTraces* traces) {

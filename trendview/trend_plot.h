@@ -57,6 +57,8 @@ class TrendPlot final : public QWidget {
   void SamplesAdded();
   void ShowWholeRun();
   const TrendFrame& Frame() const { return frame_; }
+  // The pixel columns the traces are drawn in.
+  int PlotWidth() const;
   bool Following() const { return following_; }
   // The view as a program would move it: `zoomAt` a time, by `factor` (< 1 in).
   void Zoom(double atMs, double factor);

@@ -57,7 +57,10 @@ TrendWindow::TrendWindow(const ELM327_Info* device, const KVR_USB_Probe* probes,
   QObject::connect(save, &QPushButton::clicked, [this] { AskForPicture(); });
   QObject::connect(channels_, &QListWidget::itemChanged, [this] { ChannelsChanged(); });
   plot_->SetTraces(&traces_);
-  QObject::connect(&loadPace_, &QTimer::timeout, [this] { TakeLoadedLog(); });
+  QObject::connect(&loadPace_, &QTimer::timeout, [this] {
+    TakeLoadedLog();
+    KeepDetailInView();
+  });
   if (tap_ != nullptr) {
     live_ = true;
     tap_->Attach();
@@ -70,6 +73,7 @@ TrendWindow::TrendWindow(const ELM327_Info* device, const KVR_USB_Probe* probes,
 TrendWindow::~TrendWindow() {
   if (tap_ != nullptr) tap_->Detach();
   if (loading_.valid()) loading_.wait();  // it writes into this window's counter
+  if (detailLoading_.valid()) detailLoading_.wait();
 }
 
 void TrendWindow::ShowTraces(const QString& fileName) {
@@ -123,9 +127,7 @@ void TrendWindow::OpenLog(const QString& path) {
   filesRead_ = 0;
   status_->setText(QStringLiteral("読み込み中…"));
   loading_ = std::async(std::launch::async, [this, path] {
-    LoadedLog loaded{path, {}, {}};
-    loaded.table = ReadLogRun(path.toStdString(), &loaded.files, &filesRead_);
-    return loaded;
+    return LoadedLog{path, ReadPastRun(path.toStdString(), &filesRead_)};
   });
   loadPace_.start(kPaceMs);
 }
@@ -137,25 +139,61 @@ void TrendWindow::TakeLoadedLog() {
                      QStringLiteral(" ファイル目"));
     return;
   }
-  loadPace_.stop();
-  const LoadedLog loaded = loading_.get();
+  LoadedLog loaded = loading_.get();
   const QString name = QFileInfo(loaded.path).fileName();
-  const LogTable& table = loaded.table;
-  if (table.labels.empty() || table.times.empty()) {
-    status_->setText(
-        name + QStringLiteral(": ") +
-        QString::fromStdString(table.problem.empty() ? "行がありません" : table.problem));
+  PastRun& run = loaded.run;
+  if (run.traces.Labels().empty() || run.rows == 0) {
+    loadPace_.stop();
+    status_->setText(name + QStringLiteral(": ") +
+                     QString::fromStdString(run.problem.empty() ? "行がありません" : run.problem));
     return;
   }
   live_ = false;  // a file shown is not replaced by the next run's samples
-  traces_ = TrendTraces(table);
+  if (detailLoading_.valid()) detailLoading_.wait();
+  detailLoading_ = {};  // the last run's
+  traces_ = std::move(run.traces);
+  files_ = std::move(run.files);
+  refusedSpanMs_ = 0.0;
   plot_->SetColours({});
   ShowTraces(name);
-  QString said = QString::number(loaded.files.size()) + QStringLiteral(" ファイル、") +
-                 QString::number(table.times.size()) + QStringLiteral(" 行");
-  if (!table.problem.empty()) said += QStringLiteral("　") + QString::fromStdString(table.problem);
+  QString said = QString::number(files_.size()) + QStringLiteral(" ファイル、") +
+                 QString::number(run.rows) + QStringLiteral(" 行");
+  if (!run.problem.empty()) said += QStringLiteral("　") + QString::fromStdString(run.problem);
   status_->setText(said);
   logShown_ = true;
+}
+
+// A narrow view of a long run wants every row of its span: read back from
+// the files on a thread, a half span on either side for panning, while the
+// reduced samples show.
+void TrendWindow::KeepDetailInView() {
+  if (detailLoading_.valid()) {
+    if (detailLoading_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) return;
+    const auto detail = detailLoading_.get();
+    if (detail == nullptr) {
+      refusedSpanMs_ = requestedSpanMs_;
+    } else {
+      traces_.SetDetail(detail);
+      plot_->update();
+    }
+    return;
+  }
+  if (live_ || files_.empty() || !logShown_) return;
+  const TrendFrame& frame = plot_->Frame();
+  const int width = plot_->PlotWidth();
+  const double span = frame.toMs - frame.fromMs;
+  if (!traces_.NeedsDetail(frame.fromMs, frame.toMs, width) ||
+      &traces_.ForSpan(frame.fromMs, frame.toMs, width) != &traces_ ||
+      (refusedSpanMs_ > 0.0 && span >= refusedSpanMs_)) {
+    return;
+  }
+  const double from = frame.fromMs - span / 2;
+  const double to = frame.toMs + span / 2;
+  requestedSpanMs_ = span;
+  detailLoading_ =
+      std::async(std::launch::async, [files = files_, labels = traces_.Labels(), from, to] {
+        return ReadDetail(files, labels, from, to);
+      });
 }
 
 bool TrendWindow::SavePicture(const QString& path) {

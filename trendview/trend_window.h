@@ -11,7 +11,7 @@
 #include "devices/KVR_USB_Probe.h"
 #include "sampling/sample_tap.h"
 #include "state/ELM327_Info.h"
-#include "trend/log_table.h"
+#include "trend/past_run.h"
 #include "trend/trend_traces.h"
 #include "trendview/trend_plot.h"
 
@@ -53,16 +53,23 @@ class TrendWindow final : public QWidget {
   void AskForLog();
   void AskForPicture();
   void TakeLoadedLog();
+  void KeepDetailInView();
 
   struct LoadedLog {
     QString path;
-    LogTable table;
-    std::vector<std::string> files;
+    PastRun run;
   };
   std::future<LoadedLog> loading_;
   std::atomic<int> filesRead_{0};
   QTimer loadPace_;
   bool logShown_ = false;
+
+  // The files of the run shown, and every row of the part in view read
+  // back from them while the view is narrow.
+  std::vector<PastRun::File> files_;
+  std::future<std::shared_ptr<const TrendTraces>> detailLoading_;
+  double requestedSpanMs_ = 0.0;
+  double refusedSpanMs_ = 0.0;  // a detail of this span or more would read too many files
 
   const ELM327_Info* device_;
   const KVR_USB_Probe* probes_;
