@@ -4,11 +4,14 @@
 
 #include <algorithm>
 #include <charconv>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <map>
 #include <sstream>
+#include <thread>
 
 #include "platform/code_page.h"
 #include "trend/journal_table.h"
@@ -289,8 +292,18 @@ void ForEachFileOfRun(const std::string& path, const std::function<void(RunFileR
   double lastMs = file.table.times.empty() ? 0.0 : file.table.times.back();
   const bool any = !file.table.times.empty();
   take(file);
+  // The next files are read ahead on other threads while `take` works on
+  // one: reading is most of a long run's opening.
+  std::deque<std::future<LogTable>> ahead;
+  auto toRead = std::next(first);
+  const std::size_t reading = std::max(2u, std::thread::hardware_concurrency());
   for (auto next = std::next(first); any && next != logs.end(); ++next) {
-    file = {next->string(), ReadLogFile(next->string()), static_cast<int>(logs.end() - first)};
+    for (; ahead.size() < reading && toRead != logs.end(); ++toRead) {
+      ahead.push_back(
+          std::async(std::launch::async, [log = toRead->string()] { return ReadLogFile(log); }));
+    }
+    file = {next->string(), ahead.front().get(), static_cast<int>(logs.end() - first)};
+    ahead.pop_front();
     count();
     if (!GoesOn(labels, lastMs, file.table)) break;
     lastMs = file.table.times.back();
