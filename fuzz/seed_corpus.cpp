@@ -1,6 +1,6 @@
-// Writes real settings files and journals with the program's writers, as
-// seeds for the fuzzers: the defaults, and files full of other values and
-// Japanese text; journals of the three row kinds.
+// Writes real settings files, journals and a workbook with the program's
+// writers, as seeds for the fuzzers: the defaults, and files full of other
+// values and Japanese text; journals of the three row kinds.
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -8,6 +8,8 @@
 
 #include "logging/journal_format.h"
 #include "settings/FileSaveSystem.h"
+#include "spreadsheet/ExcelApplication.h"
+#include "spreadsheet/xls_writer.h"
 
 using namespace tavelin;
 namespace fs = std::filesystem;
@@ -33,6 +35,20 @@ void WriteJournals(const fs::path& folder) {
     AppendTakenName(bytes, {"/home/bench/ログ/SD26030214-002.csv", 4, FileIdentity{2049, 131}});
     std::ofstream(folder / ("kind" + std::to_string(viewCh)), std::ios::binary) << bytes;
   }
+}
+
+// A small workbook of texts, whole numbers, hundredths and doubles.
+void WriteWorkbook(const fs::path& folder) {
+  fs::create_directories(folder);
+  Worksheet sheet;
+  sheet.cells(6, 1).value("ch0");
+  sheet.cells(7, 1).value("経過時間 [ms]");
+  for (int r = 8; r < 40; ++r) {
+    sheet.cells(r, 1).value(std::to_string(r * 10));
+    sheet.cells(r, 2).value(std::to_string(r) + ".25");
+    sheet.cells(r, 3).value(std::to_string(r) + ".123456789");
+  }
+  WriteXls(sheet.Data(), (folder / "log.xls").string());
 }
 
 int main(int argc, char** argv) {
@@ -73,5 +89,6 @@ int main(int argc, char** argv) {
   for (int16_t p = 0; p < 49; ++p) probe.AN_pin_comment(p) = "温度" + std::to_string(p);
   write("japanese", device, probe);
   WriteJournals(root / "journal");
+  WriteWorkbook(root / "workbook");
   return 0;
 }

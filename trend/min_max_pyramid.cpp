@@ -64,6 +64,24 @@ MinMaxPyramid::Extremes MinMaxPyramid::Over(std::size_t first, std::size_t last)
   return {lo, hi, true};
 }
 
+void MinMaxPyramid::Reserve(std::size_t samples) {
+  samples_.reserve(samples);
+  std::size_t k = 0;
+  for (std::size_t blocks = samples / kFactor; blocks > 0; blocks /= kFactor, ++k) {
+    if (levels_.size() <= k) levels_.emplace_back();
+    levels_[k].min.reserve(blocks);
+    levels_[k].max.reserve(blocks);
+  }
+}
+
+void MinMaxPyramid::ShrinkToFit() {
+  samples_.shrink_to_fit();
+  for (Level& level : levels_) {
+    level.min.shrink_to_fit();
+    level.max.shrink_to_fit();
+  }
+}
+
 std::size_t MinMaxPyramid::MemoryBytes() const {
   std::size_t bytes = samples_.capacity() * sizeof(float);
   for (const Level& level : levels_) {

@@ -26,6 +26,10 @@ class MinMaxPyramid {
   Extremes Over(std::size_t first, std::size_t last) const;
   std::size_t Levels() const { return levels_.size(); }
   std::size_t MemoryBytes() const;
+  // Room for `samples` samples and their levels, so that growing to them
+  // never holds twice their memory; ShrinkToFit gives back what was left.
+  void Reserve(std::size_t samples);
+  void ShrinkToFit();
 
  private:
   struct Level {

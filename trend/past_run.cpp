@@ -30,8 +30,9 @@ PastRun ReadPastRun(const std::string& path, std::atomic<int>* filesRead, std::s
           run.traces.SetLabels(table.labels);
           run.problem = table.problem;
           // Every file of a run but its last holds as many rows as its first.
-          block = BlockFor(table.times.size() * static_cast<std::size_t>(file.filesInRun),
-                           table.labels.size(), budgetBytes);
+          const std::size_t rows = table.times.size() * static_cast<std::size_t>(file.filesInRun);
+          block = BlockFor(rows, table.labels.size(), budgetBytes);
+          run.traces.Reserve(block == 1 ? rows : 2 * (rows / block + file.filesInRun));
         }
         if (table.times.empty()) return;
         run.traces.AppendReduced(table, block);
@@ -39,6 +40,7 @@ PastRun ReadPastRun(const std::string& path, std::atomic<int>* filesRead, std::s
         run.rows += table.times.size();
       },
       filesRead);
+  run.traces.ShrinkToFit();
   return run;
 }
 

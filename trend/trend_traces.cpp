@@ -146,6 +146,16 @@ const TrendTraces& TrendTraces::ForSpan(double fromMs, double toMs, int width) c
   return detail_->FirstMs() <= from && detail_->LastMs() >= to ? *detail_ : *this;
 }
 
+void TrendTraces::Reserve(std::size_t samples) {
+  times_.reserve(times_.size() + samples);
+  for (MinMaxPyramid& pyramid : traces_) pyramid.Reserve(pyramid.Size() + samples);
+}
+
+void TrendTraces::ShrinkToFit() {
+  times_.shrink_to_fit();
+  for (MinMaxPyramid& pyramid : traces_) pyramid.ShrinkToFit();
+}
+
 std::size_t TrendTraces::MemoryBytes() const {
   std::size_t bytes = times_.capacity() * sizeof(double);
   for (const MinMaxPyramid& pyramid : traces_) bytes += pyramid.MemoryBytes();

@@ -51,6 +51,9 @@ class TrendTraces {
   // The extremes of a whole trace, for its vertical scale.
   MinMaxPyramid::Extremes Range(std::size_t trace) const;
   std::size_t MemoryBytes() const;
+  // Room for `samples` more samples of every trace; see MinMaxPyramid.
+  void Reserve(std::size_t samples);
+  void ShrinkToFit();
 
   // Whether a frame over [fromMs, toMs) of `width` columns wants more than
   // the reduced samples: fewer than two of them a column.
