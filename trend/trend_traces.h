@@ -73,6 +73,8 @@ class TrendTraces {
 
  private:
   std::size_t IndexAt(double timeMs) const;  // the first sample at or after
+  // The same within [low, high], looked for outward from `guess`.
+  std::size_t IndexNear(double timeMs, std::size_t guess, std::size_t low, std::size_t high) const;
 
   std::vector<std::string> labels_;
   std::vector<double> times_;

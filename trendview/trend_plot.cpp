@@ -150,7 +150,9 @@ void PaintLanes(QPainter& painter, const QRect& area, const TrendTraces& traces,
       if (previous) {
         const float from = std::clamp((c.min + c.max) / 2, previous->min, previous->max);
         const float to = std::clamp(from, c.min, c.max);
-        strokes.emplace_back(previousX, yOf(from), px, yOf(to));
+        // Next to a column it overlaps, the join lies within the two strokes.
+        if (from != to || px - previousX > 1)
+          strokes.emplace_back(previousX, yOf(from), px, yOf(to));
       }
       strokes.emplace_back(px, yOf(c.min), px, yOf(c.max));
       previous = c;

@@ -75,6 +75,36 @@ TEST(TrendTraces, ColumnsHoldTheSamplesWhoseTimeFallsInThem) {
   EXPECT_THROW(traces.Append(4000, {1.0f}), std::invalid_argument);
 }
 
+// Bounds found outward from where a steady pace would put them are the
+// bounds a search of the whole run finds, however unsteady the pace: bursts,
+// gaps, samples at one time.
+TEST(TrendTraces, ColumnBoundsAreTheFirstSamplesOfTheirColumnsAtAnyPace) {
+  std::mt19937 random(11);
+  TrendTraces traces;
+  traces.SetLabels({"a"});
+  double ms = 0.0;
+  std::vector<double> times;
+  for (int i = 0; i < 5000; ++i) {
+    const int kind = static_cast<int>(random() % 10);
+    ms += kind == 0 ? 500.0 : kind < 4 ? 0.0 : 1.0 + random() % 5;  // gaps, repeats, steps
+    times.push_back(ms);
+    traces.Append(ms, {1.0f});
+  }
+  for (int frame = 0; frame < 200; ++frame) {
+    const double from = static_cast<double>(random() % static_cast<unsigned>(ms)) - 50.0;
+    const double to = from + 1.0 + static_cast<double>(random() % 3000);
+    const int width = 1 + static_cast<int>(random() % 400);
+    const auto bounds = traces.ColumnBounds(from, to, width);
+    ASSERT_EQ(bounds.size(), static_cast<std::size_t>(width) + 1);
+    for (int x = 0; x <= width; ++x) {
+      const double at = from + (to - from) / width * x;
+      const auto expected = std::lower_bound(times.begin(), times.end(), at) - times.begin();
+      ASSERT_EQ(bounds[static_cast<std::size_t>(x)], static_cast<std::size_t>(expected))
+          << "frame " << frame << " column " << x;
+    }
+  }
+}
+
 // A long live run compacted: older samples keep their extremes, eight to
 // two, in order; the newest ones stay whole.
 TEST(TrendTraces, CompactingKeepsEveryExtremeAndTheNewestSamples) {
