@@ -65,6 +65,13 @@ class TrendTraces {
   // covers the frame's span of the run, else these traces.
   const TrendTraces& ForSpan(double fromMs, double toMs, int width) const;
 
+  // A live run's bound: past kLiveBytes, CompactOlder(kLiveDetail), so that
+  // the newest five minutes at 1 kHz keep every sample.
+  static constexpr std::size_t kLiveBytes = std::size_t{256} << 20;
+  static constexpr std::size_t kLiveDetail = 300000;
+  void KeepLiveBound() {
+    if (MemoryBytes() > kLiveBytes) CompactOlder(kLiveDetail);
+  }
   // Bounds a long live run's memory without hiding anything: the samples
   // before the newest `keepRecent` are replaced, eight by eight, by each
   // block's minimum and maximum in the order they came (two samples for

@@ -17,10 +17,6 @@ namespace {
 
 constexpr int kPaceMs = 30;
 constexpr int kShownAtFirst = 8;  // traces ticked when a run is shown
-// A live run's traces stay under this; the newest five minutes at 1 kHz
-// keep every sample, older ones their extremes (TrendTraces::CompactOlder).
-constexpr std::size_t kLiveBytes = std::size_t{256} << 20;
-constexpr std::size_t kLiveDetail = 300000;
 
 QString TitleFor(const QString& fileName) {
   QString title = QString::fromUtf8(identity::kTitle) + QStringLiteral("　　- トレンド -");
@@ -117,7 +113,7 @@ void TrendWindow::TakeLiveSamples() {
       added = true;
     }
   });
-  if (added && traces_.MemoryBytes() > kLiveBytes) traces_.CompactOlder(kLiveDetail);
+  if (added) traces_.KeepLiveBound();
   if (added) plot_->SamplesAdded();
 }
 
