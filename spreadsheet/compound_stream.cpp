@@ -86,6 +86,7 @@ std::optional<std::string_view> Chain(const Sectors& sectors, const std::vector<
     length += sectors.Size();
   }
   if (bytes != SIZE_MAX && length < bytes) return std::nullopt;
+  if (length == 0) return std::string_view();  // a chain that ends at once
   const std::size_t wanted = std::min(length, bytes);
   if (contiguous) return sectors.From(first, wanted);
   storage.clear();

@@ -96,6 +96,11 @@ TEST(XlsReader, ACutOrForeignFileIsLeftToTheCompleteReader) {
   }
   Collected text;
   EXPECT_FALSE(ReadFirstSheet("時間[ms]  ,ch0\r\n1 , 2\r\n", text));
+  // A directory whose chain ends before its first sector (found by the fuzzer).
+  std::string noDirectory = whole;
+  noDirectory.replace(0x30, 4, "\xFE\xFF\xFF\xFF");
+  Collected none;
+  EXPECT_FALSE(ReadFirstSheet(noDirectory, none));
 }
 
 }  // namespace
