@@ -147,6 +147,9 @@ std::string TextOf(const FreeXL_CellValue& cell) {
 
 LogTable ReadXlsWithFreexl(const std::string& path);
 
+// Ours hold at most 20,008 rows of 129 cells: about 20 MB.
+constexpr std::size_t kLargestWorkbook = std::size_t{256} << 20;
+
 // A log's workbook as our reader walks its records: the headings' texts,
 // then the rows of numbers, each taken as its last cell comes.
 class LogSheet final : public SheetCellVisitor {
@@ -225,6 +228,7 @@ class LogSheet final : public SheetCellVisitor {
 LogTable ReadXls(const std::string& path) {
   std::ifstream in(path, std::ios::binary | std::ios::ate);
   const auto size = static_cast<std::size_t>(in ? std::max<std::streamoff>(in.tellg(), 0) : 0);
+  if (size > kLargestWorkbook) return ReadXlsWithFreexl(path);
   const std::unique_ptr<char[]> bytes(new char[size]);  // read over at once, never cleared
   in.seekg(0);
   LogSheet sheet;
@@ -348,10 +352,16 @@ void Append(LogTable& table, const LogTable& next) {
 }  // namespace
 
 LogTable ReadLogFile(const std::string& path) {
-  if (LooksLikeJournal(path)) return ReadJournalTable(path);
-  std::string lower = path;
-  std::transform(lower.begin(), lower.end(), lower.begin(), ::tolower);
-  return EndsWith(lower, ".xls") ? ReadXls(path) : ReadCsv(path);
+  try {
+    if (LooksLikeJournal(path)) return ReadJournalTable(path);
+    std::string lower = path;
+    std::transform(lower.begin(), lower.end(), lower.begin(), ::tolower);
+    return EndsWith(lower, ".xls") ? ReadXls(path) : ReadCsv(path);
+  } catch (const std::exception&) {  // memory, or a reader's own fault: the file is not shown
+    LogTable table;
+    table.problem = "読めません";
+    return table;
+  }
 }
 
 void ForEachFileOfRun(const std::string& path, const std::function<void(RunFileRead&)>& take,
