@@ -46,50 +46,42 @@ void TapOffer(benchmark::State& state) {
 }
 BENCHMARK(TapOffer)->Arg(0)->Arg(1)->ArgNames({"window_open"});
 
-// One hour at 1 kHz of 24 traces: 16 module values and 8 probe pins, each
-// with a pulse of one sample somewhere.
+// 24 traces at 1 kHz for `hours`, sample by sample as a run gives them,
+// `value(ms, trace)` each; `live` bounds them every 30 samples as the
+// window's 30 ms ticks do.
+std::unique_ptr<TrendTraces> Traces(int hours, bool live, float (*value)(int ms, int trace)) {
+  auto t = std::make_unique<TrendTraces>();
+  std::vector<std::string> labels;
+  for (int i = 0; i < 24; ++i) labels.push_back("trace " + std::to_string(i));
+  t->SetLabels(labels);
+  std::vector<float> values(24);
+  for (int ms = 0; ms < hours * 3600 * 1000; ++ms) {
+    for (int i = 0; i < 24; ++i) values[static_cast<std::size_t>(i)] = value(ms, i);
+    t->Append(ms, values);
+    if (live && ms % 30 == 0) t->KeepLiveBound();
+  }
+  return t;
+}
+
+// One hour kept whole: 16 module values and 8 probe pins, each with a pulse
+// of one sample somewhere.
 const TrendTraces& HourOfTraces() {
-  static const std::unique_ptr<TrendTraces> traces = [] {
-    auto t = std::make_unique<TrendTraces>();
-    std::vector<std::string> labels;
-    for (int i = 0; i < 24; ++i) labels.push_back("trace " + std::to_string(i));
-    t->SetLabels(labels);
-    std::vector<float> values(24);
-    for (int ms = 0; ms < 3600 * 1000; ++ms) {
-      for (int i = 0; i < 24; ++i) {
-        values[static_cast<std::size_t>(i)] =
-            ms == 1000 * (100 + 97 * i) ? 5000.0f
-                                        : static_cast<float>(std::sin(ms * 0.001 * (i + 1)) * 1000);
-      }
-      t->Append(ms, values);
-    }
-    return t;
-  }();
+  static const auto traces = Traces(1, false, [](int ms, int i) {
+    return ms == 1000 * (100 + 97 * i) ? 5000.0f
+                                       : static_cast<float>(std::sin(ms * 0.001 * (i + 1)) * 1000);
+  });
   return *traces;
 }
 
-// Ten hours at 1 kHz of the same 24 traces, fed at full speed as the live
-// window takes them: bounded every 30 samples, as its 30 ms ticks do.
+// Ten hours fed at full speed as the live window takes them: triangles of
+// every period, a pulse in each.
 const TrendTraces& TenHoursLive() {
-  static const std::unique_ptr<TrendTraces> traces = [] {
-    auto t = std::make_unique<TrendTraces>();
-    std::vector<std::string> labels;
-    for (int i = 0; i < 24; ++i) labels.push_back("trace " + std::to_string(i));
-    t->SetLabels(labels);
-    std::vector<float> values(24);
-    for (int ms = 0; ms < 36000 * 1000; ++ms) {
-      for (int i = 0; i < 24; ++i) {  // triangles of every period, a pulse in each
-        const int period = 2000 * (i + 1);
-        const int phase = ms % period;
-        values[static_cast<std::size_t>(i)] =
-            ms == 1000 * (1000 + 977 * i) ? 5000.0f
-                                          : static_cast<float>(std::min(phase, period - phase));
-      }
-      t->Append(ms, values);
-      if (ms % 30 == 0) t->KeepLiveBound();
-    }
-    return t;
-  }();
+  static const auto traces = Traces(10, true, [](int ms, int i) {
+    const int period = 2000 * (i + 1);
+    const int phase = ms % period;
+    return ms == 1000 * (1000 + 977 * i) ? 5000.0f
+                                         : static_cast<float>(std::min(phase, period - phase));
+  });
   return *traces;
 }
 
