@@ -23,6 +23,10 @@ std::string ValidUtf8(std::string_view text);
 // UTF-16 code units, as the workbook's strings hold them.
 std::u16string Utf16Of(std::string_view text);
 
+// UTF-16 as UTF-8: surrogate pairs joined, a lone surrogate kept as its
+// own three bytes.
+std::string Utf8Of(std::u16string_view text);
+
 // The first `count` characters (code points, not bytes).
 std::string FirstCharacters(std::string_view text, std::size_t count);
 

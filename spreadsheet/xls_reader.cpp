@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/utf8.h"
 #include "spreadsheet/compound_stream.h"
 
 namespace tavelin {
@@ -51,24 +52,6 @@ bool Records(std::string_view stream, std::size_t at, Each&& each) {
     at += 4 + std::size_t{length};
   }
   return false;
-}
-
-void AppendUtf8(std::string& out, char32_t point) {
-  if (point < 0x80) {
-    out += static_cast<char>(point);
-  } else if (point < 0x800) {
-    out += static_cast<char>(0xC0 | point >> 6);
-    out += static_cast<char>(0x80 | (point & 0x3F));
-  } else if (point < 0x10000) {
-    out += static_cast<char>(0xE0 | point >> 12);
-    out += static_cast<char>(0x80 | (point >> 6 & 0x3F));
-    out += static_cast<char>(0x80 | (point & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | point >> 18);
-    out += static_cast<char>(0x80 | (point >> 12 & 0x3F));
-    out += static_cast<char>(0x80 | (point >> 6 & 0x3F));
-    out += static_cast<char>(0x80 | (point & 0x3F));
-  }
 }
 
 // The shared strings: the SST record's data and its CONTINUE records', read
@@ -139,20 +122,6 @@ class SharedStrings {
     }
     return true;
   }
-  static std::string Utf8Of(const std::u16string& text) {
-    std::string out;
-    out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-      char32_t point = text[i];
-      if (point >= 0xD800 && point < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
-          text[i + 1] < 0xE000) {
-        point = 0x10000 + ((point - 0xD800) << 10) + (text[++i] - 0xDC00);
-      }
-      AppendUtf8(out, point);
-    }
-    return out;
-  }
-
   std::vector<std::string_view> parts_;
   std::size_t part_ = 0;
   std::size_t at_ = 0;

@@ -72,6 +72,13 @@ TEST(Utf8, CountsCharactersNotBytes) {
   EXPECT_EQ(TrimBlanks("\t炉\t"), "\t炉\t");  // only blanks are cut
 }
 
+// A workbook's texts are UTF-16: back to UTF-8 whole, pairs joined.
+TEST(Utf8, Utf16ComesBackWhole) {
+  for (const char* text : {"", "ab", "炉 ü", "温度 \xF0\x9F\x94\xA5 end", "\x7F\xC2\x80\xDF\xBF"})
+    EXPECT_EQ(Utf8Of(Utf16Of(text)), text);
+  EXPECT_EQ(Utf8Of(u"\xD800x"), "\xED\xA0\x80x");  // a lone surrogate stays
+}
+
 // An escape or a bell in a comment would reach folder names and the
 // terminal: replaced, one "?" a character, before the cut to the length.
 TEST(Utf8, ACommentLosesItsControlCharacters) {
