@@ -9,8 +9,9 @@ namespace {
 // reduced samples (two a block) to stay within `budget`: 1, every row,
 // when they all fit.
 std::size_t BlockFor(std::size_t rows, std::size_t traces, std::size_t budget) {
-  // A sample's time, and its value in a trace with the pyramid above it.
-  const std::size_t sampleBytes = sizeof(double) + traces * sizeof(float) * 8 / 7 + 1;
+  // A sample's time, and its value in a trace with the pyramid's minima and
+  // maxima above it (2/8 + 2/64 + ... of it).
+  const std::size_t sampleBytes = sizeof(double) + traces * sizeof(float) * 9 / 7 + 1;
   if (rows * sampleBytes <= budget) return 1;
   std::size_t block = 4;
   while (2 * (rows / block) * sampleBytes > budget) block *= 2;

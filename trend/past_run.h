@@ -26,8 +26,9 @@ struct PastRun {
 };
 
 // What the reduced traces of a run may take: ten hours at 1 kHz of 24
-// inputs fit with blocks of 64 rows.
-constexpr std::size_t kPastRunBytes = std::size_t{128} << 20;
+// inputs fit with blocks of 64 rows, with room beside them for the rows of
+// a narrow view read back.
+constexpr std::size_t kPastRunBytes = std::size_t{160} << 20;
 
 // The run `path` belongs to, file by file; `filesRead` counts the files
 // read so far, for a window showing the progress.
