@@ -110,8 +110,12 @@ void PaintLanes(QPainter& painter, const QRect& area, const TrendTraces& traces,
   for (double t = std::ceil(frame.fromMs / step) * step; t <= frame.toMs; t += step) {
     const int x = static_cast<int>(xOf(t));
     strokes.emplace_back(x, plot.top(), x, plot.bottom());
-    painter.drawText(QRect(x - 60, plot.bottom() + 2, 120, kAxisHeight - 2), Qt::AlignHCenter,
-                     TimeText(t, step));
+    // Centred under its line, but never cut at the picture's right edge.
+    const QString text = TimeText(t, step);
+    const int half = painter.fontMetrics().horizontalAdvance(text) / 2 + 1;
+    const int centre = std::min(x, area.right() - half);
+    painter.drawText(QRect(centre - half, plot.bottom() + 2, 2 * half, kAxisHeight - 2),
+                     Qt::AlignHCenter, text);
   }
   sink(strokes, QColor(0xe4, 0xe4, 0xe4));
 
