@@ -117,13 +117,13 @@ void TrendWindow::TakeLiveSamples() {
   if (added) plot_->SamplesAdded();
 }
 
-void TrendWindow::OpenLog(const QString& path) {
+void TrendWindow::OpenLog(const QString& path, std::size_t budgetBytes) {
   if (loading_.valid()) return;  // one at a time
   logShown_ = false;
   filesRead_ = 0;
   status_->setText(QStringLiteral("読み込み中…"));
-  loading_ = std::async(std::launch::async, [this, path] {
-    return LoadedLog{path, ReadPastRun(path.toStdString(), &filesRead_)};
+  loading_ = std::async(std::launch::async, [this, path, budgetBytes] {
+    return LoadedLog{path, ReadPastRun(path.toStdString(), &filesRead_, budgetBytes)};
   });
   loadPace_.start(kPaceMs);
 }

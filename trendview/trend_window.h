@@ -30,8 +30,9 @@ class TrendWindow final : public QWidget {
   ~TrendWindow() override;
 
   // Shows the run `path` belongs to, read on a thread of its own while the
-  // window says how far it is; what cannot be read is said in the window.
-  void OpenLog(const QString& path);
+  // window says how far it is, its traces within `budgetBytes`; what cannot
+  // be read is said in the window.
+  void OpenLog(const QString& path, std::size_t budgetBytes = kPastRunBytes);
   bool Loading() const { return loading_.valid(); }
   // Whether the last log opened is shown (after its loading).
   bool LogShown() const { return logShown_; }

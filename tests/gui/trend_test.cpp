@@ -108,6 +108,30 @@ class TrendTest : public QObject {
     QVERIFY(trend.StatusText().contains(QStringLiteral("開けません")));
   }
 
+  // A run too long for its budget shows each block's extremes, and the
+  // rows of the view read back: the cursor reads the step exactly.
+  void aRunOverItsBudgetReadsTheRowsOfTheViewBack() {
+    TempFolder folder;
+    const fs::path log = WriteStepLog(folder);
+    TrendWindow trend(nullptr, nullptr, nullptr);
+    trend.resize(900, 500);
+    trend.show();
+    trend.OpenLog(QString::fromStdString(log.string()), 100);  // room for blocks of 64 rows
+    QTRY_VERIFY(trend.LogShown());
+    QCOMPARE(trend.Traces().Block(), 64u);
+    QCOMPARE(trend.Traces().Samples(), 8u);
+    QTRY_VERIFY(trend.Traces().Detail() != nullptr);
+    const TrendFrame& frame = trend.Plot().Frame();
+    const TrendTraces& shown =
+        trend.Traces().ForSpan(frame.fromMs, frame.toMs, trend.Plot().PlotWidth());
+    QCOMPARE(shown.Samples(), 200u);
+    float value = -1.0f;
+    QVERIFY(shown.ValueAt(0, 995.0, value));
+    QCOMPARE(value, 0.0f);
+    QVERIFY(shown.ValueAt(0, 1000.0, value));
+    QCOMPARE(value, 1.0f);
+  }
+
   void plotDrawsTheTracesWhereTheDataSays() {
     TempFolder folder;
     const std::string log = WriteStepLog(folder).string();
