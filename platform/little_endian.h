@@ -44,6 +44,14 @@ inline void PatchU32(std::string& out, std::size_t at, uint32_t v) {
   for (int i = 0; i < 4; ++i) out[at + i] = static_cast<char>(v >> (8 * i));
 }
 
+// A field at `p` whose bytes the caller knows are there.
+inline uint16_t U16At(const char* p) {
+  return static_cast<uint16_t>(static_cast<uint8_t>(p[0]) | static_cast<uint8_t>(p[1]) << 8);
+}
+inline uint32_t U32At(const char* p) {
+  return static_cast<uint32_t>(U16At(p)) | static_cast<uint32_t>(U16At(p + 2)) << 16;
+}
+
 // Reads fields from a span of bytes; past its end every read fails.
 class Reader {
  public:

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <vector>
 
+#include "platform/little_endian.h"
+
 namespace tavelin {
 namespace {
 
@@ -14,18 +16,12 @@ constexpr std::size_t kHeaderFatSectors = 109;
 constexpr std::size_t kMiniStreamCutoff = 4096;
 constexpr std::size_t kEntryBytes = 128;
 
+// Fields of the file, none past its end: a chain that leaves it ends.
 uint32_t U32At(std::string_view bytes, std::size_t at) {
-  if (at + 4 > bytes.size()) return kEndOfChain;
-  uint32_t value = 0;
-  for (std::size_t i = 0; i < 4; ++i)
-    value |= static_cast<uint32_t>(static_cast<uint8_t>(bytes[at + i])) << (8 * i);
-  return value;
+  return at + 4 <= bytes.size() ? le::U32At(bytes.data() + at) : kEndOfChain;
 }
-
 uint16_t U16At(std::string_view bytes, std::size_t at) {
-  if (at + 2 > bytes.size()) return 0;
-  return static_cast<uint16_t>(static_cast<uint8_t>(bytes[at]) | static_cast<uint8_t>(bytes[at + 1])
-                                                                     << 8);
+  return at + 2 <= bytes.size() ? le::U16At(bytes.data() + at) : 0;
 }
 
 class Sectors {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/little_endian.h"
 #include "platform/utf8.h"
 #include "spreadsheet/compound_stream.h"
 
@@ -21,12 +22,8 @@ constexpr uint16_t kMulRk = 0x00BD;
 constexpr uint16_t kNumber = 0x0203;
 constexpr uint16_t kLabelSst = 0x00FD;
 
-uint16_t U16(const char* p) {
-  return static_cast<uint16_t>(static_cast<uint8_t>(p[0]) | static_cast<uint8_t>(p[1]) << 8);
-}
-uint32_t U32(const char* p) {
-  return static_cast<uint32_t>(U16(p)) | static_cast<uint32_t>(U16(p + 2)) << 16;
-}
+using le::U16At;
+using le::U32At;
 
 double RkValue(uint32_t rk) {
   const double value = (rk & 2) != 0 ? static_cast<double>(static_cast<int32_t>(rk) >> 2)
@@ -44,8 +41,8 @@ struct Record {
 template <typename Each>
 bool Records(std::string_view stream, std::size_t at, Each&& each) {
   while (at + 4 <= stream.size()) {
-    const uint16_t id = U16(stream.data() + at);
-    const uint16_t length = U16(stream.data() + at + 2);
+    const uint16_t id = U16At(stream.data() + at);
+    const uint16_t length = U16At(stream.data() + at + 2);
     if (at + 4 + length > stream.size()) return false;
     if (id == kEof) return true;
     each(Record{id, stream.substr(at + 4, length)});
@@ -85,7 +82,7 @@ class SharedStrings {
         if (fit == 0) return false;
         for (std::size_t k = 0; k < fit; ++k, at_ += size) {
           const char* p = Part().data() + at_;
-          text += wide ? static_cast<char16_t>(U16(p))
+          text += wide ? static_cast<char16_t>(U16At(p))
                        : static_cast<char16_t>(static_cast<uint8_t>(*p));
         }
       }
@@ -134,52 +131,53 @@ bool ReadFirstSheet(std::string_view file, SheetCellVisitor& visitor) {
   const auto found = ReadCompoundStream(file, "Workbook", storage);
   if (!found) return false;
   const std::string_view stream = *found;
-  if (stream.size() < 8 || U16(stream.data()) != kBof || U16(stream.data() + 4) != 0x0600)
+  if (stream.size() < 8 || U16At(stream.data()) != kBof || U16At(stream.data() + 4) != 0x0600)
     return false;  // not BIFF8
   // The globals: the shared strings and where the first sheet starts.
   std::vector<std::string_view> sst;
   bool inSst = false;
   std::size_t sheetAt = 0;
-  if (!Records(stream, U16(stream.data() + 2) + 4, [&](const Record& r) {
+  if (!Records(stream, U16At(stream.data() + 2) + 4, [&](const Record& r) {
         if (r.id == kSst) sst = {r.data};
         if (r.id == kContinue && inSst) sst.push_back(r.data);
         inSst = r.id == kSst || (r.id == kContinue && inSst);
-        if (r.id == kBoundSheet && sheetAt == 0 && r.data.size() >= 4) sheetAt = U32(r.data.data());
+        if (r.id == kBoundSheet && sheetAt == 0 && r.data.size() >= 4)
+          sheetAt = U32At(r.data.data());
       })) {
     return false;
   }
   std::vector<std::string> strings;
   if (!sst.empty() && !SharedStrings(std::move(sst)).Read(strings)) return false;
-  if (sheetAt == 0 || sheetAt + 4 > stream.size() || U16(stream.data() + sheetAt) != kBof)
+  if (sheetAt == 0 || sheetAt + 4 > stream.size() || U16At(stream.data() + sheetAt) != kBof)
     return false;
   bool good = true;
   const bool whole =
-      Records(stream, sheetAt + 4 + U16(stream.data() + sheetAt + 2), [&](const Record& r) {
+      Records(stream, sheetAt + 4 + U16At(stream.data() + sheetAt + 2), [&](const Record& r) {
         const char* p = r.data.data();
         const std::size_t n = r.data.size();
         switch (r.id) {
           case kRk:
-            if (n >= 10) visitor.Number(U16(p), U16(p + 2), RkValue(U32(p + 6)));
+            if (n >= 10) visitor.Number(U16At(p), U16At(p + 2), RkValue(U32At(p + 6)));
             break;
           case kMulRk:
             if (n >= 6) {
-              const unsigned row = U16(p);
-              unsigned column = U16(p + 2);
+              const unsigned row = U16At(p);
+              unsigned column = U16At(p + 2);
               for (std::size_t at = 4; at + 6 <= n - 2; at += 6, ++column)
-                visitor.Number(row, column, RkValue(U32(p + at + 2)));
+                visitor.Number(row, column, RkValue(U32At(p + at + 2)));
             }
             break;
           case kNumber:
             if (n >= 14)
               visitor.Number(
-                  U16(p), U16(p + 2),
-                  std::bit_cast<double>(uint64_t{U32(p + 6)} | uint64_t{U32(p + 10)} << 32));
+                  U16At(p), U16At(p + 2),
+                  std::bit_cast<double>(uint64_t{U32At(p + 6)} | uint64_t{U32At(p + 10)} << 32));
             break;
           case kLabelSst:
             if (n >= 10) {
-              const uint32_t index = U32(p + 6);
+              const uint32_t index = U32At(p + 6);
               if (index < strings.size()) {
-                visitor.Text(U16(p), U16(p + 2), strings[index]);
+                visitor.Text(U16At(p), U16At(p + 2), strings[index]);
               } else {
                 good = false;
               }

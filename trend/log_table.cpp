@@ -413,23 +413,19 @@ void ForEachFileOfRun(const std::string& path, const std::function<void(RunFileR
   }
 }
 
-LogTable ReadLogRun(const std::string& path, std::vector<std::string>* files,
-                    std::atomic<int>* filesRead) {
+LogTable ReadLogRun(const std::string& path, std::vector<std::string>* files) {
   LogTable run;
   bool first = true;
   if (files != nullptr) files->clear();
-  ForEachFileOfRun(
-      path,
-      [&](RunFileRead& file) {
-        if (first) {
-          run = std::move(file.table);
-          first = false;
-        } else {
-          Append(run, file.table);
-        }
-        if (files != nullptr) files->push_back(file.path);
-      },
-      filesRead);
+  ForEachFileOfRun(path, [&](RunFileRead& file) {
+    if (first) {
+      run = std::move(file.table);
+      first = false;
+    } else {
+      Append(run, file.table);
+    }
+    if (files != nullptr) files->push_back(file.path);
+  });
   return run;
 }
 

@@ -30,16 +30,14 @@ struct RunFileRead {
 
 // The files of the run `path` belongs to (see ReadLogRun), one at a time
 // from the first, each given to `take`, which may keep its table: a long
-// run is never whole in memory.
+// run is never whole in memory. `filesRead`, when given, counts the files
+// read so far (a window shows it while a long run loads on a thread).
 void ForEachFileOfRun(const std::string& path, const std::function<void(RunFileRead&)>& take,
                       std::atomic<int>* filesRead = nullptr);
 
 // The files of the run `path` belongs to, in its folder, as one table: the
 // logs written before and after it (across clock hours too) with the same
 // layout and a clock that goes on from the file before.
-// `filesRead`, when given, counts the files read so far (a window shows it
-// while a long run loads on another thread).
-LogTable ReadLogRun(const std::string& path, std::vector<std::string>* files = nullptr,
-                    std::atomic<int>* filesRead = nullptr);
+LogTable ReadLogRun(const std::string& path, std::vector<std::string>* files = nullptr);
 
 }  // namespace tavelin

@@ -20,11 +20,6 @@ void AppendExtremes(MinMaxPyramid& to, const float* values, std::size_t count) {
 
 }  // namespace
 
-TrendTraces::TrendTraces(const LogTable& table) {
-  SetLabels(table.labels);
-  AppendReduced(table, 1);
-}
-
 void TrendTraces::SetLabels(std::vector<std::string> labels) {
   labels_ = std::move(labels);
   times_.clear();

@@ -13,9 +13,6 @@ namespace tavelin {
 // what the trend window draws, computed without a window.
 class TrendTraces {
  public:
-  TrendTraces() = default;
-  explicit TrendTraces(const LogTable& table);
-
   // Names the traces; a run's first sample comes after.
   void SetLabels(std::vector<std::string> labels);
   // One sample of every trace, in the order of the labels, at `timeMs`

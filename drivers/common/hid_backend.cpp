@@ -136,8 +136,8 @@ std::string HidBackend::Describe(int channel) const {
 }
 
 void HidBackend::BeginReads(double waitMs) {
-  if (watchChanged_.exchange(false) && !WatchDevices()) return;
-  if (watch_ < 0) return;
+  if (watchChanged_.exchange(false)) WatchDevices();
+  if (watch_ < 0) return;  // nothing to wait for, lost devices included
   // The wait ends at once when a report came since the last pass.
   int ready = TakeReady(waitMs);
   for (int round = 0; ready > 0 && round < kDrainRounds; ++round) ready = TakeReady(0.0);
@@ -183,8 +183,8 @@ void HidBackend::Close(int channel) {
 // ---- the pass's reads ----
 
 // The devices open now as an epoll set, each registered once, not at every
-// wait; false when there is nothing to wait for, lost devices included.
-bool HidBackend::WatchDevices() {
+// wait; none when there is nothing to wait for, lost devices included.
+void HidBackend::WatchDevices() {
   if (watch_ >= 0) ::close(watch_);
   watch_ = -1;
   const std::lock_guard lock(mutex_);
@@ -195,7 +195,7 @@ bool HidBackend::WatchDevices() {
     live_[static_cast<std::size_t>(c)] = slot.device != nullptr;
     any = any || slot.device != nullptr || slot.lost;
   }
-  if (!any) return false;
+  if (!any) return;
   watch_ = epoll_create1(EPOLL_CLOEXEC);
   for (int c = 0; watch_ >= 0 && c < channels_; ++c) {
     void* device = watched_[static_cast<std::size_t>(c)];
@@ -205,7 +205,6 @@ bool HidBackend::WatchDevices() {
     ready.data.u32 = static_cast<uint32_t>(c);
     epoll_ctl(watch_, EPOLL_CTL_ADD, port_->input_fd(device), &ready);
   }
-  return watch_ >= 0;
 }
 
 // One wait of at most `waitMs` on the set, then one report of each device

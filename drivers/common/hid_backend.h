@@ -66,7 +66,7 @@ class HidBackend final : public DeviceBackend {
   Identified OpenIdentified(const std::string& path, bool quiet);
   const char* Noun() const;
   void CloseAll();
-  bool WatchDevices();
+  void WatchDevices();
   int TakeReady(double waitMs);
   void TakeReport(int channel);
   void Lose(int channel);
