@@ -129,10 +129,13 @@ class BootTest : public QObject {
   void aSecondStartFindsTheLockHeldAndNothingElseDoes() {
     using Outcome = InstanceLock::Outcome;
     ProgramFolder folder;
-    InstanceLock first(folder.Path());
-    QCOMPARE(first.Result(), Outcome::Taken);
-    InstanceLock second(folder.Path());
-    QCOMPARE(second.Result(), Outcome::HeldByAnother);
+    {
+      InstanceLock first(folder.Path());
+      QCOMPARE(first.Result(), Outcome::Taken);
+      InstanceLock second(folder.Path());
+      QCOMPARE(second.Result(), Outcome::HeldByAnother);
+    }
+    QCOMPARE(InstanceLock(folder.Path()).Result(), Outcome::Taken);  // the first one ended
     InstanceLock nowhere(folder.Path() + "/no/such/folder");
     QCOMPARE(nowhere.Result(), Outcome::Unavailable);
     QVERIFY(!nowhere.Why().empty());
