@@ -1,9 +1,18 @@
 #include "sampling/sample_tap.h"
 
+#include <cstdlib>
+#include <new>
+
 #include "devices/KVR_USB_Probe.h"
 #include "devices/USB_IO_IF.h"
 
 namespace tavelin {
+
+TapSample* SampleTap::ZeroedRing() {
+  void* ring = std::calloc(kCapacity, sizeof(TapSample));
+  if (ring == nullptr) throw std::bad_alloc();
+  return static_cast<TapSample*>(ring);
+}
 
 void SampleTap::Put(double timeMs, const USB_IO_IF& io, const KVR_USB_Probe* probes) {
   const std::size_t head = head_.load(std::memory_order_relaxed);

@@ -2,7 +2,9 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
+#include <type_traits>
 
 namespace tavelin {
 
@@ -20,6 +22,8 @@ struct TapSample {
   std::array<double, 16> values{};  // mode 3: each channel's value
   std::array<double, 48> pins{};    // mode 4: each pin's value
 };
+// The ring holds them in zeroed memory, made without a constructor.
+static_assert(std::is_aggregate_v<TapSample> && std::is_trivially_destructible_v<TapSample>);
 
 // The engine's hand-off of samples to a consumer that reads at its own
 // pace (the trend window, every 30 ms): at most one sample a millisecond,
@@ -63,7 +67,14 @@ class SampleTap {
   void Put(double timeMs, const USB_IO_IF& io, const KVR_USB_Probe* probes);
 
   std::atomic<bool> attached_{false};
-  std::unique_ptr<TapSample[]> ring_ = std::make_unique<TapSample[]>(kCapacity);
+  // calloc: pages the system hands out zeroed (a zeroed TapSample is a
+  // default one) and maps only once written, so a start without a reader
+  // does not pay for 4.6 MB.
+  struct Free {
+    void operator()(TapSample* ring) const { std::free(ring); }
+  };
+  static TapSample* ZeroedRing();
+  std::unique_ptr<TapSample[], Free> ring_{ZeroedRing()};
   std::atomic<std::size_t> head_{0};  // written by the engine
   std::atomic<std::size_t> tail_{0};  // written by the reader
   std::atomic<uint64_t> dropped_{0};
