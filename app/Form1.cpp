@@ -215,12 +215,18 @@ void Form1::PumpWithProgress(int percent) {
 }
 
 FormVersion& Form1::TheFormVersion() {
-  if (!formVersion_) formVersion_ = std::make_unique<FormVersion>();
+  if (!formVersion_) {
+    formVersion_ = std::make_unique<FormVersion>();
+    formVersion_->obj_Form = boundView_;
+  }
   return *formVersion_;
 }
 
 FormHelp& Form1::TheFormHelp() {
-  if (!formHelp_) formHelp_ = std::make_unique<FormHelp>();
+  if (!formHelp_) {
+    formHelp_ = std::make_unique<FormHelp>();
+    formHelp_->obj_Form = boundView_;
+  }
   return *formHelp_;
 }
 
@@ -258,11 +264,13 @@ void Form1::BindToView(ViewFrame& view, bool analog) {
   formBG_->USB_IO = &USB_IO;
   if (analog) formBG_->USB_Probe = &USB_Probe;
   formBG_->obj_Form = &view;
-  TheFormHelp().obj_Form = &view;
+  // The help and version boxes are made when first shown, bound then.
+  boundView_ = &view;
+  if (formHelp_) formHelp_->obj_Form = &view;
   owners_.commonSetting = &view;
   owners_.option1 = &view;
   if (analog) owners_.optionAN = &view;
-  TheFormVersion().obj_Form = &view;
+  if (formVersion_) formVersion_->obj_Form = &view;
   owners_.frashWrite = &view;
 }
 

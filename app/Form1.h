@@ -129,6 +129,7 @@ class Form1 final : public ViewHost {
   std::unique_ptr<QtSamplingTimer> timerUsbProbe_;
   std::unique_ptr<FormBG> formBG_;
   std::unique_ptr<Form2> form2_;
+  ViewFrame* boundView_ = nullptr;  // the view the dialogs serve
   std::unique_ptr<FormVersion> formVersion_;
   std::unique_ptr<FormHelp> formHelp_;
   QPointer<TrendWindow> trend_;  // deletes itself when closed
