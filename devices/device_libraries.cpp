@@ -7,11 +7,6 @@
 namespace tavelin {
 namespace {
 
-template <typename Function>
-void Resolve(const SharedLibrary& library, Function& target, const char* name) {
-  target = reinterpret_cast<Function>(library.EntryPoint(name));
-}
-
 std::string PathIn(const std::string& folder, const char* file) {
   return folder + "/" + file;
 }
@@ -53,23 +48,23 @@ void* SharedLibrary::OptionalEntryPoint(const char* name) const {
 
 LoadedLibrary<Kvr100EntryPoints> LoadKvr100(const std::string& folder) {
   LoadedLibrary<Kvr100EntryPoints> loaded{SharedLibrary::Open(PathIn(folder, kKvr100File)), {}};
-  Resolve(loaded.library, loaded.api.kv_timeGetTime, "kv_timeGetTime");
-  Resolve(loaded.library, loaded.api.kr_Version, "kr_Version");
-  Resolve(loaded.library, loaded.api.kr_Average, "kr_Average");
-  Resolve(loaded.library, loaded.api.ColorAttenuation, "ColorAttenuation");
+  loaded.library.Resolve(loaded.api.kv_timeGetTime, "kv_timeGetTime");
+  loaded.library.Resolve(loaded.api.kr_Version, "kr_Version");
+  loaded.library.Resolve(loaded.api.kr_Average, "kr_Average");
+  loaded.library.Resolve(loaded.api.ColorAttenuation, "ColorAttenuation");
   return loaded;
 }
 
 LoadedLibrary<UsbIoEntryPoints> LoadKvrUsbIo(const std::string& folder) {
   LoadedLibrary<UsbIoEntryPoints> loaded{SharedLibrary::Open(PathIn(folder, kKvrUsbIoFile)), {}};
   auto& api = loaded.api;
-  Resolve(loaded.library, api.search_USBIO, "search_USBIO");
-  Resolve(loaded.library, api.recive_USBIO, "recive_USBIO");
-  Resolve(loaded.library, api.dataCalculation_USBIO, "dataCalculation_USBIO");
-  Resolve(loaded.library, api.setting_write_USBIO, "setting_write_USBIO");
-  Resolve(loaded.library, api.close_All_USBIO, "close_All_USBIO");
-  Resolve(loaded.library, api.close_USBIO, "close_USBIO");
-  Resolve(loaded.library, api.kr_usbio_Version, "kr_usbio_Version");
+  loaded.library.Resolve(api.search_USBIO, "search_USBIO");
+  loaded.library.Resolve(api.recive_USBIO, "recive_USBIO");
+  loaded.library.Resolve(api.dataCalculation_USBIO, "dataCalculation_USBIO");
+  loaded.library.Resolve(api.setting_write_USBIO, "setting_write_USBIO");
+  loaded.library.Resolve(api.close_All_USBIO, "close_All_USBIO");
+  loaded.library.Resolve(api.close_USBIO, "close_USBIO");
+  loaded.library.Resolve(api.kr_usbio_Version, "kr_usbio_Version");
   api.describe_USBIO =
       reinterpret_cast<describe_USBIO_fn>(loaded.library.OptionalEntryPoint("describe_USBIO"));
   return loaded;
@@ -79,12 +74,12 @@ LoadedLibrary<UsbProbeEntryPoints> LoadKvrUsbProbe(const std::string& folder) {
   LoadedLibrary<UsbProbeEntryPoints> loaded{SharedLibrary::Open(PathIn(folder, kKvrUsbProbeFile)),
                                             {}};
   auto& api = loaded.api;
-  Resolve(loaded.library, api.search_USBProbe, "search_USBProbe");
-  Resolve(loaded.library, api.recive_USBProbe, "recive_USBProbe");
-  Resolve(loaded.library, api.dataCalculation_USBProbe, "dataCalculation_USBProbe");
-  Resolve(loaded.library, api.close_All_USBProbe, "close_All_USBProbe");
-  Resolve(loaded.library, api.close_USBProbe, "close_USBProbe");
-  Resolve(loaded.library, api.kr_usbprobe_Version, "kr_usbprobe_Version");
+  loaded.library.Resolve(api.search_USBProbe, "search_USBProbe");
+  loaded.library.Resolve(api.recive_USBProbe, "recive_USBProbe");
+  loaded.library.Resolve(api.dataCalculation_USBProbe, "dataCalculation_USBProbe");
+  loaded.library.Resolve(api.close_All_USBProbe, "close_All_USBProbe");
+  loaded.library.Resolve(api.close_USBProbe, "close_USBProbe");
+  loaded.library.Resolve(api.kr_usbprobe_Version, "kr_usbprobe_Version");
   api.describe_USBProbe = reinterpret_cast<describe_USBProbe_fn>(
       loaded.library.OptionalEntryPoint("describe_USBProbe"));
   return loaded;

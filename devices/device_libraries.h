@@ -66,6 +66,11 @@ class SharedLibrary {
   void* EntryPoint(const char* name) const;
   // The same, or null when the library has none of that name.
   void* OptionalEntryPoint(const char* name) const;
+  // `target` set to the entry point `name`; throws LibraryError when absent.
+  template <typename Function>
+  void Resolve(Function& target, const char* name) const {
+    target = reinterpret_cast<Function>(EntryPoint(name));
+  }
 
  private:
   struct Closer {

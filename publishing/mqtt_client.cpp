@@ -1,6 +1,5 @@
 #include "publishing/mqtt_client.h"
 
-#include <mosquitto.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -8,7 +7,8 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <mutex>
+
+#include "publishing/mosquitto_library.h"
 
 namespace tavelin {
 namespace {
@@ -37,7 +37,7 @@ std::string SystemErrorText(int error) {
 }
 
 // A libmosquitto error in the user's words.
-std::string ErrorText(int error) {
+std::string ErrorText(const MosquittoFunctions& api, int error) {
   switch (error) {
     case MOSQ_ERR_ERRNO:
       return SystemErrorText(errno);
@@ -49,64 +49,65 @@ std::string ErrorText(int error) {
     case MOSQ_ERR_CONN_LOST:
       return "接続が切れました";
     default:
-      return mosquitto_strerror(error);
+      return api.mosquitto_strerror(error);
   }
 }
 
 }  // namespace
 
 MqttClient::MqttClient(const MqttOptions& options) : options_(options) {
-  static std::once_flag initialised;
-  std::call_once(initialised, [] { mosquitto_lib_init(); });
-  mosq_ = mosquitto_new(options.clientId.c_str(), true, this);
+  api_ = Mosquitto(unavailable_);
+  if (api_ == nullptr) return;
+  mosq_ = api_->mosquitto_new(options.clientId.c_str(), true, this);
   if (mosq_ == nullptr) return;
-  mosquitto_int_option(mosq_, MOSQ_OPT_PROTOCOL_VERSION,
-                       options.version == 5 ? MQTT_PROTOCOL_V5 : MQTT_PROTOCOL_V311);
-  mosquitto_connect_callback_set(mosq_, &MqttClient::OnConnect);
-  mosquitto_disconnect_callback_set(mosq_, &MqttClient::OnDisconnect);
-  mosquitto_publish_v5_callback_set(mosq_, &MqttClient::OnPublish);
+  api_->mosquitto_int_option(mosq_, MOSQ_OPT_PROTOCOL_VERSION,
+                             options.version == 5 ? MQTT_PROTOCOL_V5 : MQTT_PROTOCOL_V311);
+  api_->mosquitto_connect_callback_set(mosq_, &MqttClient::OnConnect);
+  api_->mosquitto_disconnect_callback_set(mosq_, &MqttClient::OnDisconnect);
+  api_->mosquitto_publish_v5_callback_set(mosq_, &MqttClient::OnPublish);
   // The sender keeps its own window of messages in flight.
-  mosquitto_max_inflight_messages_set(mosq_, 0);
+  api_->mosquitto_max_inflight_messages_set(mosq_, 0);
   if (!options.address.user.empty()) {
-    mosquitto_username_pw_set(mosq_, options.address.user.c_str(),
-                              options.password ? options.password->c_str() : nullptr);
+    api_->mosquitto_username_pw_set(mosq_, options.address.user.c_str(),
+                                    options.password ? options.password->c_str() : nullptr);
   }
   if (!options.willTopic.empty()) {
-    mosquitto_will_set(mosq_, options.willTopic.c_str(),
-                       static_cast<int>(options.willPayload.size()), options.willPayload.data(), 1,
-                       true);
+    api_->mosquitto_will_set(mosq_, options.willTopic.c_str(),
+                             static_cast<int>(options.willPayload.size()),
+                             options.willPayload.data(), 1, true);
   }
   if (options.address.tls) {
     const bool ownCa = !options.caFile.empty();
-    mosquitto_tls_set(mosq_, ownCa ? options.caFile.c_str() : nullptr,
-                      ownCa ? nullptr : "/etc/ssl/certs", nullptr, nullptr, nullptr);
+    api_->mosquitto_tls_set(mosq_, ownCa ? options.caFile.c_str() : nullptr,
+                            ownCa ? nullptr : "/etc/ssl/certs", nullptr, nullptr, nullptr);
   }
 }
 
 MqttClient::~MqttClient() {
-  if (mosq_ != nullptr) mosquitto_destroy(mosq_);
+  if (mosq_ != nullptr) api_->mosquitto_destroy(mosq_);
 }
 
 std::string MqttClient::Connect(int timeoutMs) {
   const std::string where = Where(options_.address);
+  if (api_ == nullptr) return where + " につながりません: " + unavailable_;
   if (mosq_ == nullptr) return where + ": " + std::strerror(ENOMEM);
-  const int started = mosquitto_connect(mosq_, options_.address.host.c_str(), options_.address.port,
-                                        kKeepAliveSeconds);
-  if (started != MOSQ_ERR_SUCCESS) return where + " につながりません: " + ErrorText(started);
+  const int started = api_->mosquitto_connect(mosq_, options_.address.host.c_str(),
+                                              options_.address.port, kKeepAliveSeconds);
+  if (started != MOSQ_ERR_SUCCESS) return where + " につながりません: " + ErrorText(*api_, started);
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
   answered_ = false;
   while (!answered_ && std::chrono::steady_clock::now() < deadline) {
-    const int looped = mosquitto_loop(mosq_, 50, 1);
+    const int looped = api_->mosquitto_loop(mosq_, 50, 1);
     if (looped != MOSQ_ERR_SUCCESS && !answered_) {
-      return where + " につながりません: " + ErrorText(looped);
+      return where + " につながりません: " + ErrorText(*api_, looped);
     }
   }
   if (!answered_) return where + " が答えません";
   if (refusal_ != 0) {
-    mosquitto_disconnect(mosq_);
+    api_->mosquitto_disconnect(mosq_);
     return where + " が接続を断りました: " +
-           (options_.version == 5 ? mosquitto_reason_string(refusal_)
-                                  : mosquitto_connack_string(refusal_));
+           (options_.version == 5 ? api_->mosquitto_reason_string(refusal_)
+                                  : api_->mosquitto_connack_string(refusal_));
   }
   connected_ = true;
   return {};
@@ -117,36 +118,36 @@ std::optional<int> MqttClient::Publish(std::string_view topic, std::string_view 
   if (!connected_) return std::nullopt;
   int mid = 0;
   const std::string topicText(topic);
-  const int published = mosquitto_publish(
+  const int published = api_->mosquitto_publish(
       mosq_, &mid, topicText.c_str(), static_cast<int>(payload.size()), payload.data(), 1, retain);
   if (published != MOSQ_ERR_SUCCESS) {
     connected_ = false;
-    lost_ = ErrorText(published);
+    lost_ = ErrorText(*api_, published);
     return std::nullopt;
   }
   return mid;
 }
 
 void MqttClient::Cork(bool on) {
-  const int socket = mosquitto_socket(mosq_);
+  const int socket = api_->mosquitto_socket(mosq_);
   const int value = on ? 1 : 0;
   if (socket >= 0) setsockopt(socket, IPPROTO_TCP, TCP_CORK, &value, sizeof value);
 }
 
 bool MqttClient::Loop(int timeoutMs) {
   if (!connected_) return false;
-  const int looped = mosquitto_loop(mosq_, timeoutMs, 1);
+  const int looped = api_->mosquitto_loop(mosq_, timeoutMs, 1);
   if (looped != MOSQ_ERR_SUCCESS) {
     connected_ = false;
-    if (lost_.empty()) lost_ = ErrorText(looped);
+    if (lost_.empty()) lost_ = ErrorText(*api_, looped);
   }
   return connected_;
 }
 
 void MqttClient::Disconnect() {
   if (!connected_) return;
-  mosquitto_disconnect(mosq_);
-  mosquitto_loop(mosq_, 100, 1);
+  api_->mosquitto_disconnect(mosq_);
+  api_->mosquitto_loop(mosq_, 100, 1);
   connected_ = false;
 }
 

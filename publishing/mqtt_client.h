@@ -11,6 +11,8 @@ struct mqtt5__property;
 
 namespace tavelin {
 
+struct MosquittoFunctions;
+
 // What a connection to the broker needs.
 struct MqttOptions {
   BrokerAddress address;
@@ -57,6 +59,8 @@ class MqttClient {
   static void OnDisconnect(mosquitto*, void* self, int rc);
   static void OnPublish(mosquitto*, void* self, int mid, int reason, const mqtt5__property*);
 
+  const MosquittoFunctions* api_ = nullptr;
+  std::string unavailable_;  // why the library could not be opened
   mosquitto* mosq_ = nullptr;
   MqttOptions options_;
   bool connected_ = false;
