@@ -20,11 +20,6 @@ constexpr Colour kCommentRun = 0x505050;
 constexpr Colour kDeviceOn = 0x00FF00;
 constexpr Colour kDeviceOff = Rgb(100, 100, 100);
 
-void SetColours(QWidget* widget, Colour back, Colour fore) {
-  SetBackColor(widget, back);
-  SetForeColor(widget, fore);
-}
-
 template <typename Labels>
 QLabel* LabelAt(Labels& labels, int16_t index) {
   if (index < 0 || index >= static_cast<int>(labels.size())) {
