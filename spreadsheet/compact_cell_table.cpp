@@ -35,7 +35,12 @@ std::string_view NextCell(const std::string& packed, std::size_t& at) {
 
 }  // namespace
 
-CompactCellTable::CompactCellTable() : rows_(kRows), cellCounts_(kRows) {}
+// Room for every row, but rows made only as they are reached: a program
+// that never logs does not write 1.3 MB of empty rows at its start.
+CompactCellTable::CompactCellTable() {
+  rows_.reserve(kRows);
+  cellCounts_.reserve(kRows);
+}
 
 void CompactCellTable::Check(int row, int column) {
   if (row < 0 || row >= kRows || column < 0 || column >= kColumns) {
@@ -46,6 +51,7 @@ void CompactCellTable::Check(int row, int column) {
 
 std::string CompactCellTable::Get(int16_t row, int16_t column) const {
   Check(row, column);
+  if (static_cast<std::size_t>(row) >= rows_.size()) return {};
   const std::string& packed = rows_[static_cast<std::size_t>(row)];
   std::size_t at = 0;
   for (int c = 0; at < packed.size(); ++c) {
@@ -57,6 +63,10 @@ std::string CompactCellTable::Get(int16_t row, int16_t column) const {
 
 void CompactCellTable::Let(int16_t row, int16_t column, std::string_view text) {
   Check(row, column);
+  if (static_cast<std::size_t>(row) >= rows_.size()) {
+    rows_.resize(static_cast<std::size_t>(row) + 1);  // within the room reserved
+    cellCounts_.resize(rows_.size());
+  }
   std::string& packed = rows_[static_cast<std::size_t>(row)];
   uint8_t& cells = cellCounts_[static_cast<std::size_t>(row)];
   rowsInUse_ = std::max(rowsInUse_, row + 1);
@@ -87,7 +97,7 @@ void CompactCellTable::Clear() {
 
 void CompactCellTable::Row(int row, int columns, std::vector<std::string_view>& out) const {
   out.assign(static_cast<std::size_t>(columns), std::string_view());
-  if (row < 0 || row >= kRows) return;
+  if (row < 0 || static_cast<std::size_t>(row) >= rows_.size()) return;
   const std::string& packed = rows_[static_cast<std::size_t>(row)];
   std::size_t at = 0;
   for (int c = 0; c < columns && at < packed.size(); ++c)
@@ -95,7 +105,7 @@ void CompactCellTable::Row(int row, int columns, std::vector<std::string_view>& 
 }
 
 bool CompactCellTable::RowHasText(int row, int first, int last) const {
-  if (row < 0 || row >= kRows) return false;
+  if (row < 0 || static_cast<std::size_t>(row) >= rows_.size()) return false;
   const std::string& packed = rows_[static_cast<std::size_t>(row)];
   std::size_t at = 0;
   for (int c = 0; c <= last && at < packed.size(); ++c) {
