@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "platform/little_endian.h"
+#include "spreadsheet/compound_layout.h"
 
 namespace tavelin {
 namespace {
@@ -13,21 +14,16 @@ using le::PatchU16;
 using le::PatchU32;
 using le::U16;
 using le::U32;
+using namespace compound;
 
-constexpr uint32_t kFreeSect = 0xFFFFFFFF;
-constexpr uint32_t kEndOfChain = 0xFFFFFFFE;
-constexpr uint32_t kFatSect = 0xFFFFFFFD;
-constexpr uint32_t kDifSect = 0xFFFFFFFC;
 constexpr std::size_t kSector = 512;
-constexpr std::size_t kMiniStreamCutoff = 4096;
-constexpr std::size_t kEntriesPerSector = kSector / 4;  // FAT entries
-constexpr std::size_t kHeaderFatSectors = 109;          // FAT sectors named in the header
+constexpr std::size_t kEntriesPerSector = kSector / 4;              // FAT entries
 constexpr std::size_t kFatSectorsPerDifat = kEntriesPerSector - 1;  // the last links on
 
 void DirectoryEntry(std::string& out, std::string_view name, uint8_t type, uint32_t child,
                     uint32_t start, uint32_t size) {
   const std::size_t at = out.size();
-  out.append(128, '\0');
+  out.append(kEntryBytes, '\0');
   for (std::size_t i = 0; i < name.size(); ++i) out[at + 2 * i] = name[i];
   PatchU16(out, at + 64, static_cast<uint16_t>(name.empty() ? 0 : (name.size() + 1) * 2));
   out[at + 66] = static_cast<char>(type);
@@ -64,7 +60,7 @@ std::string Header(const Sectors& s, std::size_t directory, std::size_t firstFat
                    std::size_t firstDifat) {
   std::string header;
   header.reserve(kSector);
-  header.append("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8);
+  header.append(kMagic);
   header.append(16, '\0');  // CLSID
   U16(header, 0x003E);
   U16(header, 3);

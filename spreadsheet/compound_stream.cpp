@@ -6,15 +6,12 @@
 #include <vector>
 
 #include "platform/little_endian.h"
+#include "spreadsheet/compound_layout.h"
 
 namespace tavelin {
 namespace {
 
-constexpr char kMagic[] = "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1";
-constexpr uint32_t kEndOfChain = 0xFFFFFFFE;
-constexpr std::size_t kHeaderFatSectors = 109;
-constexpr std::size_t kMiniStreamCutoff = 4096;
-constexpr std::size_t kEntryBytes = 128;
+using namespace compound;
 
 // Fields of the file, none past its end: a chain that leaves it ends.
 uint32_t U32At(std::string_view bytes, std::size_t at) {
@@ -106,7 +103,7 @@ bool NameIs(std::string_view entry, std::string_view name) {
 
 std::optional<std::string_view> ReadCompoundStream(std::string_view file, std::string_view name,
                                                    std::string& storage) {
-  if (file.size() < 512 || file.substr(0, 8) != std::string_view(kMagic, 8)) return std::nullopt;
+  if (file.size() < 512 || file.substr(0, kMagic.size()) != kMagic) return std::nullopt;
   const uint16_t shift = U16At(file, 0x1E);
   if (shift != 9 && shift != 12) return std::nullopt;
   const Sectors sectors(file, std::size_t{1} << shift);

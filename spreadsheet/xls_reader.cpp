@@ -7,21 +7,13 @@
 
 #include "platform/little_endian.h"
 #include "platform/utf8.h"
+#include "spreadsheet/biff_records.h"
 #include "spreadsheet/compound_stream.h"
 
 namespace tavelin {
 namespace {
 
-constexpr uint16_t kBof = 0x0809;
-constexpr uint16_t kEof = 0x000A;
-constexpr uint16_t kBoundSheet = 0x0085;
-constexpr uint16_t kSst = 0x00FC;
-constexpr uint16_t kContinue = 0x003C;
-constexpr uint16_t kRk = 0x027E;
-constexpr uint16_t kMulRk = 0x00BD;
-constexpr uint16_t kNumber = 0x0203;
-constexpr uint16_t kLabelSst = 0x00FD;
-
+using namespace biff;
 using le::U16At;
 using le::U32At;
 

@@ -15,6 +15,7 @@
 #include "platform/little_endian.h"
 #include "platform/number_text.h"
 #include "platform/utf8.h"
+#include "spreadsheet/biff_records.h"
 #include "spreadsheet/compound_file.h"
 #include "spreadsheet/filter_arrows.h"
 
@@ -171,7 +172,7 @@ void WriteSharedStrings(std::string& out, const SharedStrings& sst) {
   std::vector<std::pair<uint32_t, uint16_t>> buckets;  // absolute offset, offset in record
 
   std::size_t recordStart = out.size();
-  U16(out, 0x00FC);
+  U16(out, biff::kSst);
   U16(out, 0);
   U32(out, sst.references);
   U32(out, static_cast<uint32_t>(sst.strings.size()));
@@ -182,7 +183,7 @@ void WriteSharedStrings(std::string& out, const SharedStrings& sst) {
   const auto continueRecord = [&] {
     endRecord();
     recordStart = out.size();
-    U16(out, 0x003C);
+    U16(out, biff::kContinue);
     U16(out, 0);
   };
 
@@ -296,7 +297,7 @@ void WriteRkRun(std::string& out, int row, const RowCells& cells, int first, int
     p[1] = static_cast<char>(v >> 8);
     p += 2;
   };
-  put16(0x00BD);
+  put16(biff::kMulRk);
   put16(static_cast<uint16_t>(length));
   put16(static_cast<uint16_t>(row));
   put16(static_cast<uint16_t>(first));
@@ -325,7 +326,7 @@ void WriteCells(std::string& out, int row, const RowCells& cells) {
       if (end - column >= 2) {
         WriteRkRun(out, row, cells, column, end - 1);
       } else {
-        Record record(out, 0x027E);
+        Record record(out, biff::kRk);
         CellHead(out, row, column, cell.xf);
         U32(out, cell.rk);
       }
@@ -334,13 +335,13 @@ void WriteCells(std::string& out, int row, const RowCells& cells) {
     }
     switch (cell.kind) {
       case OutCell::Kind::Number: {
-        Record record(out, 0x0203);
+        Record record(out, biff::kNumber);
         CellHead(out, row, column, cell.xf);
         F64(out, cell.number);
         break;
       }
       case OutCell::Kind::Text: {
-        Record record(out, 0x00FD);
+        Record record(out, biff::kLabelSst);
         CellHead(out, row, column, cell.xf);
         U32(out, cell.sst);
         break;
@@ -517,7 +518,7 @@ SheetCells BuildCells(const SheetData& sheet, StyleTable& styles, SharedStrings&
 // ---- the two substreams ----
 
 void Bof(std::string& out, uint16_t type) {
-  Record record(out, 0x0809);
+  Record record(out, biff::kBof);
   U16(out, 0x0600);
   U16(out, type);
   U16(out, 0x0DBB);
@@ -527,7 +528,7 @@ void Bof(std::string& out, uint16_t type) {
 }
 
 void Eof(std::string& out) {
-  Record record(out, 0x000A);
+  Record record(out, biff::kEof);
 }
 
 // The sheet substream is its head, the cell records, and its tail.
@@ -703,7 +704,7 @@ std::string GlobalsStream(const SheetData& sheet, const StyleTable& styles,
   }
   Simple16(out, 0x0160, 1);
   {
-    Record record(out, 0x0085);
+    Record record(out, biff::kBoundSheet);
     boundSheetOffsetAt = out.size();
     U32(out, 0);
     U8(out, 0);
