@@ -28,6 +28,17 @@ fs::path WriteStepLog(const TempFolder& folder) {
   return path;
 }
 
+// The step log in a trend window of its own, shown.
+struct StepLogShown {
+  TempFolder folder;
+  QString log = QString::fromStdString(WriteStepLog(folder).string());
+  TrendWindow trend{nullptr, nullptr, nullptr};
+  StepLogShown() {
+    trend.resize(900, 500);
+    trend.show();
+  }
+};
+
 class TrendTest : public QObject {
   Q_OBJECT
 
@@ -69,13 +80,10 @@ class TrendTest : public QObject {
   }
 
   void aLogZoomsPansAndShowsItsWholeRunAgain() {
-    TempFolder folder;
-    const fs::path log = WriteStepLog(folder);
-    TrendWindow trend(nullptr, nullptr, nullptr);
-    trend.resize(900, 500);
-    trend.show();
+    StepLogShown step;
+    TrendWindow& trend = step.trend;
     QVERIFY(QTest::qWaitForWindowExposed(&trend));
-    trend.OpenLog(QString::fromStdString(log.string()));
+    trend.OpenLog(step.log);
     QTRY_VERIFY(!trend.Loading());
     QVERIFY(trend.LogShown());
     QCOMPARE(trend.windowTitle(),
@@ -102,7 +110,7 @@ class TrendTest : public QObject {
 
     trend.Channels().item(0)->setCheckState(Qt::Unchecked);
     QVERIFY(plot.Frame().shown.empty());
-    trend.OpenLog(QString::fromStdString((folder.Path() / "none.csv").string()));
+    trend.OpenLog(QString::fromStdString((step.folder.Path() / "none.csv").string()));
     QTRY_VERIFY(!trend.Loading());
     QVERIFY(!trend.LogShown());
     QVERIFY(trend.StatusText().contains(QStringLiteral("開けません")));
@@ -111,12 +119,9 @@ class TrendTest : public QObject {
   // A run too long for its budget shows each block's extremes, and the
   // rows of the view read back: the cursor reads the step exactly.
   void aRunOverItsBudgetReadsTheRowsOfTheViewBack() {
-    TempFolder folder;
-    const fs::path log = WriteStepLog(folder);
-    TrendWindow trend(nullptr, nullptr, nullptr);
-    trend.resize(900, 500);
-    trend.show();
-    trend.OpenLog(QString::fromStdString(log.string()), 100);  // room for blocks of 64 rows
+    StepLogShown step;
+    TrendWindow& trend = step.trend;
+    trend.OpenLog(step.log, 100);  // room for blocks of 64 rows
     QTRY_VERIFY(trend.LogShown());
     QCOMPARE(trend.Traces().Block(), 64u);
     QCOMPARE(trend.Traces().Samples(), 8u);
