@@ -52,30 +52,6 @@ TEST(ConsoleCommands, MonitorShowsAndNeverLogs) {
   EXPECT_EQ(LogsIn(program.Path()), std::vector<std::string>());
 }
 
-// The comment is cut as Connect cuts it: blanks at the ends, then 50
-// characters, so that it makes a folder name the file system takes.
-TEST(ConsoleCommands, RecordCutsItsCommentAsConnectDoes) {
-  ProgramFolder program;
-  TempFolder logs;
-  Simulation simulation("usbio 0 prepared constant 1\n");
-  std::string comment = "  ";
-  for (int i = 0; i < 300; ++i) comment += "炉";
-  RunOptions options;
-  options.seconds = 0.1;
-  options.folder = logs.Path().string();
-  options.comment = comment + "  ";
-  options.subFolder = true;
-  options.format = 2;
-  testing::internal::CaptureStderr();
-  const int status = RunRecord(options, program.Path());
-  const std::string said = testing::internal::GetCapturedStderr();
-  EXPECT_EQ(status, 0) << said;
-  std::string fifty;
-  for (int i = 0; i < 50; ++i) fifty += "炉";
-  EXPECT_TRUE(fs::is_directory(logs.Path() / fifty));
-  EXPECT_EQ(LogsIn(logs.Path() / fifty).size(), 1u);
-}
-
 // A config.dat whose log format has no writer: the rows stay in the
 // journal, said before and after, and the status is not 0.
 TEST(ConsoleCommands, RecordKeepsRowsOfAFormatWithoutAWriterInTheJournal) {

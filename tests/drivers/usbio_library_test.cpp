@@ -175,16 +175,6 @@ TEST(UsbIoLibrary, A128BitFieldOfOnesIsMinusOne) {
   EXPECT_EQ(sampled->io.USBIO_J1_MakeData(0), -1);  // its low 32 bits
 }
 
-TEST(UsbIoLibrary, WithoutSimulationOrHardwareNothingIsFound) {
-  unsetenv("KVR_SIMULATION");
-  USB_IO_IF io(BuiltLibraries().usbIo.api);
-  io.openDevice();
-  EXPECT_EQ(io.FindDevice, 0);
-  io.searchDevice();
-  EXPECT_EQ(io.FindDevice, 0);
-  for (int16_t c = 0; c <= 16; ++c) EXPECT_EQ(io.HidCh(c), -1);
-}
-
 // The simulated bench is what its file says at each search: a plain module
 // is found by the writer's search alone until a write prepares it (for the
 // life of the process, and only that module), modules come and go, and a

@@ -3,16 +3,11 @@
 
 #include "dialogs/FormHelp.h"
 #include "dialogs/FormVersion.h"
-#include "dialogs/help_texts.h"
 #include "gui_support.h"
 #include "views/message_boxes.h"
 
 namespace tavelin::test {
 namespace {
-
-QStringList Lines(const char* text) {
-  return QString::fromUtf8(text).split(QStringLiteral("\r\n"));
-}
 
 void Mouse(QWidget* widget, QEvent::Type type, Qt::MouseButton button, Qt::MouseButtons held) {
   const QPointF at(4, 4);
@@ -33,26 +28,6 @@ class DialogsTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void theHelpTextsStandLineForLine() {
-    const QStringList common = Lines(HelpText(1));
-    QCOMPARE(common.size(), 55);
-    QCOMPARE(common.first(), QStringLiteral("- 共通設定 -"));
-    QCOMPARE(common[3], QStringLiteral("　データの表示モードを切り替えます。"));
-    QCOMPARE(
-        common.last(),
-        QStringLiteral(
-            "　　　　　　　　　　　　　 ドラッグ＆ドロップで、アドレス表示欄にドロップします。"));
-    const QStringList digital = Lines(HelpText(2));
-    QCOMPARE(digital.size(), 72);
-    QVERIFY(digital.contains(QStringLiteral("　")));  // the line of one ideographic space
-    QVERIFY(digital.contains(
-        QStringLiteral("　２の補数：　1ビット目が1の場合、2の補数の処理を行います。")));
-    const QStringList analog = Lines(HelpText(3));
-    QCOMPARE(analog.size(), 42);
-    QCOMPARE(analog.last(), QStringLiteral("　表示されるようになります。"));
-    QVERIFY(HelpText(4) == nullptr);
-  }
-
   void helpSwapsItsTextInTheOneWindow() {
     ProgramFolder folder;
     SaveSettings(folder, 1);

@@ -243,21 +243,6 @@ class ViewFrameTest : public QObject {
     }
     QVERIFY(failed);
   }
-
-  void menusCarryTheirCaptions() {
-    ProgramFolder folder;
-    SaveSettings(folder, 4);
-    const auto booted = Boot(folder);
-    ViewFrame& analog = *booted->form1->ShownView();
-    QCOMPARE(analog.menu_file->title(), QStringLiteral("ファイル(&F)"));
-    QCOMPARE(analog.menu_opt_function1->text(), QStringLiteral("Ch設定 （アナログ入力）"));
-    QCOMPARE(analog.menu_opt_search->text(), QStringLiteral("デバイス再検索 "));
-    QVERIFY(analog.menu_opt_write_usbio == nullptr);
-    ViewFrame& digital = booted->form1->View(1);
-    QCOMPARE(digital.menu_opt_search->text(), QStringLiteral("デバイス再検索 （USB-IO）"));
-    QCOMPARE(digital.menu_opt_write_usbio->text(), QStringLiteral("マイコン設定書込 (USB-IO)"));
-    QCOMPARE(digital.menu_help_version->text(), QStringLiteral("バージョン情報(&A)"));
-  }
 };
 
 }  // namespace

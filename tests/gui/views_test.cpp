@@ -124,19 +124,6 @@ class ViewsTest : public QObject {
     QCOMPARE(view.Lb_View_ch_MAX_[0]->text(), QStringLiteral("---"));
     QCOMPARE(view.Lb_View_ch_[6]->text(), QStringLiteral("---"));
   }
-
-  void eachViewHasItsDesignSize() {
-    struct Size {
-      int mode, width, height;
-    } sizes[] = {{1, 3090, 4695}, {2, 9075, 8385}, {3, 9375, 4500}, {4, 12705, 9510}};
-    ProgramFolder folder;
-    SaveSettings(folder, 1);
-    const auto booted = Boot(folder);
-    for (const Size& size : sizes) {
-      QCOMPARE(booted->form1->View(size.mode).centralWidget()->size(),
-               QSize(Px(size.width), Px(size.height)));
-    }
-  }
 };
 
 }  // namespace

@@ -5,30 +5,6 @@
 namespace tavelin {
 namespace {
 
-TEST(ELM327_Info, StartsWithTheDefaults) {
-  ELM327_Info device;
-  // The config record's defaults are its byte test's; these are the rest.
-  EXPECT_EQ(device.kvr100_DLL_Version, "Ver1.21");
-  EXPECT_EQ(device.t_LogComment, "サンプリング ログ");
-  EXPECT_EQ(device.MAX_Ch, 16);
-  EXPECT_EQ(device.MAX_bit, 128);
-  EXPECT_FALSE(device.t_Hardware_Driver_Enable.has_value());
-  // Channel tables are filled up to the spare entry 16, bit tables up to 128.
-  for (int16_t c : {0, 15, 16}) {
-    EXPECT_EQ(device.usbio_StartBit(c), 1);
-    EXPECT_EQ(device.usbio_DataLength(c), 8);
-    EXPECT_EQ(device.usbio_multiply(c), 1.0);
-    EXPECT_EQ(device.usbio_round_value(c), 1);
-    EXPECT_EQ(device.usbio_Font_size(c), 20);
-    EXPECT_EQ(device.usbio_FontColor(c), 0xE0E0E0);
-    EXPECT_EQ(device.usbio_BackColor(c), 0x505050);
-  }
-  EXPECT_EQ(device.usbio_comment(0), "0Ch");
-  EXPECT_EQ(device.usbio_comment(16), "16Ch");
-  EXPECT_EQ(device.bit_LEDColor(128), 0x00FF00);
-  EXPECT_EQ(device.bit_comment(128), "");
-}
-
 TEST(ELM327_Info, ClearKeepsBitReverseAndTurnAndResetsTheRest) {
   ELM327_Info device;
   device.usbio_bit_reverse(3) = 1;
