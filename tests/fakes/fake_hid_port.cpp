@@ -1,6 +1,7 @@
 // Fake USB HID devices behind the HID port interface, for tests with no
-// USB: each open handle is a socket pair whose datagrams are the device's
-// input reports, so the library's poll and reads run as on hidraw. Devices
+// USB: each open handle is a pipe in packet mode whose packets are the
+// device's input reports, so the library's poll and reads run as on hidraw:
+// one report a read, and an end of file once the device is unplugged. Devices
 // come from the control functions (fake_hid_control.h) or, for a program
 // started by a test, from the file named by KVR_FAKE_HID, read at each
 // enumeration, one device a line:
@@ -8,8 +9,8 @@
 //   probe PATH channel N [marker M] [version V]
 //   other PATH                 (a HID interface of another usage)
 //   stream MS                  (every open handle gets a report each MS)
+#include <fcntl.h>
 #include <pthread.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -88,6 +89,12 @@ void Plug(const std::string& path, unsigned short page, unsigned short usage,
   g_devices.push_back(std::move(device));
 }
 
+// A report into a handle's queue; one the full queue has no room for is
+// dropped, as the device's own would be.
+bool Put(int theirs, const unsigned char* report, std::size_t bytes) {
+  return ::write(theirs, report, bytes) > 0;
+}
+
 void Feed() {
   pthread_setname_np(pthread_self(), "fake-hid-feed");
   unsigned count = 0;
@@ -105,7 +112,7 @@ void Feed() {
             report[1 + 2 * k] = static_cast<unsigned char>(count + k);
         }
         for (Handle* h : d->handles) {
-          if (h->theirs >= 0) ::send(h->theirs, report, bytes, MSG_DONTWAIT);
+          if (h->theirs >= 0) Put(h->theirs, report, bytes);
         }
       }
     }
@@ -184,9 +191,7 @@ void* Open(const char* path) {
   const std::lock_guard lock(g_mutex);
   Device* device = Plugged(path);
   int pair[2];
-  if (device == nullptr || socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair) != 0) {
-    return nullptr;
-  }
+  if (device == nullptr || pipe2(pair, O_DIRECT | O_NONBLOCK | O_CLOEXEC) != 0) return nullptr;
   auto* handle = new Handle{device, pair[0], pair[1]};
   device->handles.push_back(handle);
   return handle;
@@ -226,9 +231,9 @@ int InputFd(void* h) {
 }
 
 int ReadInput(void* h, unsigned char* data, size_t length) {
-  const ssize_t n = ::recv(static_cast<Handle*>(h)->ours, data, length, MSG_DONTWAIT);
+  const ssize_t n = ::read(static_cast<Handle*>(h)->ours, data, length);
   if (n > 0) return static_cast<int>(n);
-  if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR)) return 0;
+  if (n < 0 && (errno == EAGAIN || errno == EINTR)) return 0;
   return -1;  // the device's end is closed: unplugged
 }
 
@@ -271,7 +276,7 @@ __attribute__((visibility("default"))) int fake_hid_send(const char* path,
   if (device == nullptr) return 0;
   int reached = 0;
   for (Handle* h : device->handles) {
-    if (h->theirs >= 0 && ::send(h->theirs, report, length, MSG_DONTWAIT) > 0) ++reached;
+    if (h->theirs >= 0 && Put(h->theirs, report, length)) ++reached;
   }
   return reached;
 }
