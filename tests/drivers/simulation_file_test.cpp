@@ -77,17 +77,6 @@ TEST(SimulationFile, ReadsEachFamilyAndItsOptions) {
   EXPECT_TRUE(probes.devices[0].prepared);
 }
 
-TEST(SimulationFile, FaultsInScriptsNameTheScriptLine) {
-  tavelin::test::TempFolder folder;
-  folder.Write("bad.seq", "1\n\n256\n");
-  const auto path = folder.Write("bench.sim", "usbio 0 prepared script bad.seq\n");
-  std::ostringstream errors;
-  const auto file = ReadSimulationFile(path.string(), DeviceFamily::UsbIo, errors);
-  EXPECT_TRUE(file.devices.empty());
-  EXPECT_NE(errors.str().find("bad.seq:3: value 256 is outside 0 to 255"), std::string::npos)
-      << errors.str();
-}
-
 TEST(SimulationFile, AMissingFileIsSaidOnceAndFindsNothing) {
   std::ostringstream usbio, probe;
   EXPECT_TRUE(ReadSimulationFile("/nonexistent/x.sim", DeviceFamily::UsbIo, usbio).devices.empty());
@@ -125,20 +114,22 @@ TEST(SimulationFile, TakesOnlyPlainFilesOfASaneSize) {
       << errors.str();
 }
 
-// Every number is range-checked the same way, and a long line is not
-// repeated whole in its message.
+// Every number is range-checked the same way, in scripts too, where the
+// script's own line is named; a long line is not repeated whole in its message.
 TEST(SimulationFile, NumbersOutsideTheirRangeAndLongWordsAreRefusedBriefly) {
   tavelin::test::TempFolder folder;
+  folder.Write("bad.seq", "1\n\n256\n");
   const std::string huge = "99999999999999999999";
   const auto path = folder.Write(
       "bench.sim", "usbio 0 prepared counter " + huge + "\n" + "usbio 1 prepared walk inf\n" +
                        "usbio 2 prepared constant " + huge + "\n" + "read-time-us " + huge + "\n" +
-                       "usbio 3 prepared square 0 5\n" + std::string(100000, 'x') + "\n");
+                       "usbio 3 prepared square 0 5\n" + std::string(100000, 'x') + "\n" +
+                       "usbio 4 prepared script bad.seq\n");
   std::ostringstream errors;
   EXPECT_TRUE(ReadSimulationFile(path.string(), DeviceFamily::UsbIo, errors).devices.empty());
   const std::string said = errors.str();
   for (const char* line : {":1: step ", ":2: step inf is outside", ":3: value ", ":4: read time ",
-                           ":5: period 0 is outside"}) {
+                           ":5: period 0 is outside", "bad.seq:3: value 256 is outside 0 to 255"}) {
     EXPECT_NE(said.find(line), std::string::npos) << line << "\n" << said;
   }
   EXPECT_NE(said.find(":1: step 99999999999999999999 is outside 0 to 3600000 ms"),

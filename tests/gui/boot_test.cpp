@@ -87,26 +87,19 @@ class BootTest : public QObject {
     }
   }
 
+  // A view outside 1 to 4 opens the first and is saved as one.
   void savedConsentSkipsTheDialogAndTheSavedViewOpens() {
-    ProgramFolder folder;
-    SaveSettings(folder, 3);
-    const auto booted = Boot(folder);
-    QVERIFY(booted->started);
-    QCOMPARE(booted->consentShown, 0);
-    QCOMPARE(booted->form1->ShownView(), &booted->form1->View(3));
-    QCOMPARE(booted->form1->ShownView()->windowTitle(),
-             QStringLiteral("タヴェリン Ver1.11　デジタル入力"));
-  }
-
-  void aViewOutsideOneToFourOpensTheFirstAndIsSavedAsOne() {
-    ProgramFolder folder;
-    SaveSettings(folder, 5);
-    const auto booted = Boot(folder);
-    QCOMPARE(booted->form1->ShownView(), &booted->form1->View(1));
-    booted->form1->ShownView()->close();
-    ELM327_Info saved;
-    FileSaveSystem::Read_Config(saved, folder.Path());
-    QCOMPARE(saved.t_ViewCh, 1);
+    for (const auto& [saved, opened] : {std::pair{3, 3}, std::pair{5, 1}}) {
+      const auto s = Start(saved);
+      QVERIFY(s->booted->started);
+      QCOMPARE(s->booted->consentShown, 0);
+      QCOMPARE(s->view, &s->Form().View(opened));
+      s->view->close();
+      ELM327_Info kept;
+      FileSaveSystem::Read_Config(kept, s->folder.Path());
+      QCOMPARE(kept.t_ViewCh, opened);
+    }
+    QCOMPARE(Start(3)->view->windowTitle(), QStringLiteral("タヴェリン Ver1.11　デジタル入力"));
   }
 
   void whatWasChangedComesBackAtTheNextStart() {

@@ -20,7 +20,7 @@ QString Repeated(const QString& text, int times) {
 class ChannelSettingsTest : public QObject {
   Q_OBJECT
 
-  struct Opened : MenuOpened {
+  struct Opened : Started {
     KVR_USB_Probe& Probe() { return Form().USB_Probe; }
     FormOption1* Digital() { return Form().TheFormOption1(); }
     FormOptionAN* Analog() { return Form().TheFormOptionAN(); }

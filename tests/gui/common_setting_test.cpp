@@ -34,7 +34,7 @@ class CommonSettingTest : public QObject {
   Q_OBJECT
 
   // The program booted in `mode` and the dialog opened from its Tool menu.
-  struct Opened : MenuOpened {
+  struct Opened : Started {
     FormCommonSetting* dialog = nullptr;
   };
   static std::unique_ptr<Opened> Open(int32_t mode,

@@ -15,7 +15,7 @@ const QString kReplug =
 class DeviceWriterTest : public QObject {
   Q_OBJECT
 
-  struct Opened : MenuOpened {
+  struct Opened : Started {
     FormFrashWrite* writer = nullptr;
   };
   static std::unique_ptr<Opened> Open(const std::string& bench) {

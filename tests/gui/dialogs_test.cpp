@@ -16,7 +16,7 @@ void Mouse(QWidget* widget, QEvent::Type type, Qt::MouseButton button, Qt::Mouse
 }
 
 // The program booted on view `mode`, its about box opened from the menu.
-struct AboutBoxOpen : MenuOpened {
+struct AboutBoxOpen : Started {
   ViewFrame& View() { return *view; }
   FormVersion& About() { return Form().TheFormVersion(); }
 };
@@ -29,10 +29,8 @@ class DialogsTest : public QObject {
 
  private slots:
   void helpSwapsItsTextInTheOneWindow() {
-    ProgramFolder folder;
-    SaveSettings(folder, 1);
-    const auto booted = Boot(folder);
-    FormHelp& help = booted->form1->TheFormHelp();
+    const auto s = Start(1);
+    FormHelp& help = s->Form().TheFormHelp();
     HelpWizard::Show_Help(help, 2);
     QVERIFY(help.isVisible());
     QVERIFY(help.windowFlags() & Qt::WindowStaysOnTopHint);
@@ -49,17 +47,29 @@ class DialogsTest : public QObject {
     QVERIFY(!help.isVisible());
   }
 
-  void theAboutBoxShowsTheTitleAndClosesFromItsOkPicture() {
+  // Each text stands whole on one line of its label, at the dialog's font.
+  // Loaded once and then only hidden, the box opens again where it was left.
+  void theAboutBoxShowsItsTextsWholeAndOpensWhereItWasLeft() {
     const auto open = OpenAboutBox(3);
     ViewFrame& view = open->View();
     FormVersion& about = open->About();
     QVERIFY(about.isVisible());
     QCOMPARE(about.Lb_App_Title->text(), QStringLiteral("タヴェリン Ver1.11"));
     QCOMPARE(about.Lb_copylight->text(), QString::fromUtf8(identity::kNotice));
+    QCOMPARE(about.Lb_URL->text(), QStringLiteral("tavelin.example.jp"));
+    for (QLabel* label : {about.Lb_App_Title, about.Lb_copylight, about.Lb_URL, about.Lb_OK}) {
+      const QFontMetrics metrics(label->font());
+      QVERIFY2(metrics.horizontalAdvance(label->text()) <= label->width(),
+               qPrintable(label->text()));
+      QVERIFY(metrics.height() <= label->height());
+      QVERIFY(!label->wordWrap());
+    }
     QVERIFY(view.isEnabled());  // a run can still be started under it
+    about.move(12, 34);
     QTest::mouseClick(about.Img_OK, Qt::LeftButton);
     QVERIFY(!about.isVisible());
     view.menu_help_version->trigger();
+    QCOMPARE(about.pos(), QPoint(12, 34));
     QTest::mouseClick(about.Lb_OK, Qt::LeftButton);
     QVERIFY(!about.isVisible());
   }
@@ -76,20 +86,6 @@ class DialogsTest : public QObject {
     const int titleWidth = QFontMetrics(box->font()).horizontalAdvance(title);
     QVERIFY2(box->width() >= titleWidth + 150, qPrintable(QString::number(box->width())));
     box->hide();
-  }
-
-  // Each text stands whole on one line of its label, at the dialog's font.
-  void theAboutBoxTextsFitTheirLabels() {
-    const auto open = OpenAboutBox(1);
-    FormVersion& about = open->About();
-    for (QLabel* label : {about.Lb_App_Title, about.Lb_copylight, about.Lb_URL, about.Lb_OK}) {
-      const QFontMetrics metrics(label->font());
-      QVERIFY2(metrics.horizontalAdvance(label->text()) <= label->width(),
-               qPrintable(label->text()));
-      QVERIFY(metrics.height() <= label->height());
-      QVERIFY(!label->wordWrap());
-    }
-    QCOMPARE(about.Lb_URL->text(), QStringLiteral("tavelin.example.jp"));
   }
 
   // A press and a move drag the box once; the window manager then has the
@@ -117,17 +113,6 @@ class DialogsTest : public QObject {
     Mouse(about.Lb_OK, QEvent::MouseButtonRelease, Qt::LeftButton, Qt::NoButton);
     QCOMPARE(drags, 2);
     QVERIFY(about.isVisible());
-  }
-
-  // Loaded once and then only hidden, the box opens again where it was left.
-  void theAboutBoxOpensWhereItWasLeft() {
-    const auto open = OpenAboutBox(1);
-    ViewFrame& view = open->View();
-    FormVersion& about = open->About();
-    about.move(12, 34);
-    QTest::mouseClick(about.Img_OK, Qt::LeftButton);
-    view.menu_help_version->trigger();
-    QCOMPARE(about.pos(), QPoint(12, 34));
   }
 };
 

@@ -88,26 +88,34 @@ inline std::unique_ptr<Booted> Boot(const ProgramFolder& folder,
 }
 
 // The program booted on view `mode` over the simulated `bench` (or with no
-// simulation at all), its settings as `change` leaves them, with the menu entry `entry`
-// of the view chosen.
-struct MenuOpened {
+// simulation at all), its settings as `change` leaves them.
+struct Started {
   ProgramFolder folder;
   std::unique_ptr<Simulation> simulation;
   std::unique_ptr<Booted> booted;
   ViewFrame* view = nullptr;
   Form1& Form() { return *booted->form1; }
   ELM327_Info& Device() { return booted->form1->device; }
+  RecordingBoxes& Boxes() { return booted->boxes; }
 };
 
-template <typename Opened = MenuOpened>
+template <typename S = Started>
+std::unique_ptr<S> Start(int32_t mode, const std::optional<std::string>& bench = {},
+                         const std::function<void(ELM327_Info&)>& change = {}) {
+  auto s = std::make_unique<S>();
+  SaveSettings(s->folder, mode, change);
+  if (bench) s->simulation = std::make_unique<Simulation>(*bench);
+  s->booted = Boot(s->folder);
+  s->view = s->booted->form1->ShownView();
+  return s;
+}
+
+// The same with the menu entry `entry` of the view chosen.
+template <typename Opened = Started>
 std::unique_ptr<Opened> OpenFromMenu(int32_t mode, QAction* ViewFrame::*entry,
                                      const std::optional<std::string>& bench = {},
                                      const std::function<void(ELM327_Info&)>& change = {}) {
-  auto o = std::make_unique<Opened>();
-  SaveSettings(o->folder, mode, change);
-  if (bench) o->simulation = std::make_unique<Simulation>(*bench);
-  o->booted = Boot(o->folder);
-  o->view = o->booted->form1->ShownView();
+  auto o = Start<Opened>(mode, bench, change);
   (o->view->*entry)->trigger();
   return o;
 }

@@ -32,10 +32,8 @@ class ViewFrameTest : public QObject {
   void init() { unsetenv("KVR_SIMULATION"); }
 
   void withoutDevicesNothingCanConnect() {
-    ProgramFolder folder;
-    SaveSettings(folder, 1);
-    const auto booted = Boot(folder);
-    ViewFrame& view = *booted->form1->ShownView();
+    const auto s = Start(1);
+    ViewFrame& view = *s->view;
     QCOMPARE(StateOf(view), FrameState::NoDevice);
     for (BitLed* led : view.Pic_DeviceLED) QCOMPARE(led->BackColor(), Rgb(100, 100, 100));
     // The status says so and its tip how to connect one; a search says what it found.
@@ -48,11 +46,8 @@ class ViewFrameTest : public QObject {
   }
 
   void aRunGoesFromReadyToRunningAndBack() {
-    ProgramFolder folder;
-    SaveSettings(folder, 1);
-    Simulation simulation("usbio 0 prepared constant 1\nusbio 2 prepared constant 2\n");
-    const auto booted = Boot(folder);
-    ViewFrame& view = *booted->form1->ShownView();
+    const auto s = Start(1, "usbio 0 prepared constant 1\nusbio 2 prepared constant 2\n");
+    ViewFrame& view = *s->view;
     QCOMPARE(StateOf(view), FrameState::Ready);
     QCOMPARE(view.Pic_DeviceLED[2]->BackColor(), 0x00FF00);
     QCOMPARE(view.Pic_DeviceLED[1]->BackColor(), Rgb(100, 100, 100));
@@ -63,25 +58,22 @@ class ViewFrameTest : public QObject {
       during = StateOf(view);
       status = view.TB_Status_Box->text();
       view.close();  // refused without a word
-      closedDuringRun = !view.isVisible() || booted->form1->Unloaded();
+      closedDuringRun = !view.isVisible() || s->Form().Unloaded();
     });
     QCOMPARE(during, FrameState::Running);
     QCOMPARE(status, QStringLiteral("通信中"));
     QVERIFY(!closedDuringRun);
     QCOMPARE(StateOf(view), FrameState::Ready);
     QCOMPARE(view.TB_Status_Box->text(), QString());
-    QCOMPARE(booted->form1->TheFormBG().State(), RunState::Idle);
+    QCOMPARE(s->Form().TheFormBG().State(), RunState::Idle);
   }
 
   // F5 connects and Esc (or F6) disconnects, also while the three menus are
   // disabled by the run; a key does nothing while its button is disabled.
   // A channel box reached by Tab keeps its name unselected.
   void theKeyboardConnectsAndDisconnects() {
-    ProgramFolder folder;
-    SaveSettings(folder, 1);
-    Simulation simulation("usbio 0 prepared constant 1\n");
-    const auto booted = Boot(folder);
-    ViewFrame& view = *booted->form1->ShownView();
+    const auto s = Start(1, "usbio 0 prepared constant 1\n");
+    ViewFrame& view = *s->view;
     QApplication::setActiveWindow(&view);
     QVERIFY(QTest::qWaitForWindowActive(&view));
     for (const int stop : {int(Qt::Key_Escape), int(Qt::Key_F6)}) {
@@ -117,37 +109,31 @@ class ViewFrameTest : public QObject {
   // A logged run into a folder that takes no file does not start: the box
   // says why, and the view is Ready again.
   void aLogFolderThatTakesNoFileStopsConnect() {
-    ProgramFolder folder;
-    SaveSettings(folder, 1, [](ELM327_Info& device) {
+    const auto s = Start(1, "usbio 0 prepared constant 1\n", [](ELM327_Info& device) {
       device.t_LogSave_Enable = 1;
       device.t_LogSaveFormat = 2;
       device.t_LogSaveFilePath_mode = 2;
       device.t_LogSaveFilePath = "/proc/self";
     });
-    Simulation simulation("usbio 0 prepared constant 1\n");
-    const auto booted = Boot(folder);
-    ViewFrame& view = *booted->form1->ShownView();
+    ViewFrame& view = *s->view;
     view.Pic_Connect_Click();
-    QCOMPARE(booted->boxes.criticals.size(), 1);
-    QVERIFY(
-        booted->boxes.criticals[0].startsWith(QStringLiteral("ログファイルを保存できません。\n")));
-    QVERIFY(booted->boxes.criticals[0].contains(QStringLiteral("/proc/self/")));
+    QCOMPARE(s->Boxes().criticals.size(), 1);
+    QVERIFY(s->Boxes().criticals[0].startsWith(QStringLiteral("ログファイルを保存できません。\n")));
+    QVERIFY(s->Boxes().criticals[0].contains(QStringLiteral("/proc/self/")));
     QCOMPARE(view.RxFlag, 0);
     QCOMPARE(StateOf(view), FrameState::Ready);
-    QCOMPARE(booted->form1->TheFormBG().State(), RunState::Idle);
+    QCOMPARE(s->Form().TheFormBG().State(), RunState::Idle);
   }
 
   void anEmptyCommentWithSubFoldersOnIsRefused() {
     for (const QString& comment : {QString(), QStringLiteral("   ")}) {
-      ProgramFolder folder;
-      SaveSettings(folder, 3, [](ELM327_Info& device) { device.t_LogSave_subFolder = 1; });
-      Simulation simulation("usbio 0 prepared constant 1\n");
-      const auto booted = Boot(folder);
-      ViewFrame& view = *booted->form1->ShownView();
+      const auto s = Start(3, "usbio 0 prepared constant 1\n",
+                           [](ELM327_Info& device) { device.t_LogSave_subFolder = 1; });
+      ViewFrame& view = *s->view;
       view.TB_LogComment->setText(comment);
       view.Pic_Connect_Click();
       QCOMPARE(StateOf(view), FrameState::Refused);
-      QCOMPARE(booted->boxes.criticals,
+      QCOMPARE(s->Boxes().criticals,
                QStringList{
                    QStringLiteral("「コメントをサブフォルダにして保存する」が有効になっています。\n"
                                   "コメントを記入して下さい。")});
@@ -163,49 +149,42 @@ class ViewFrameTest : public QObject {
     const std::pair<std::string, QString> cases[] = {{"  ", QString()},
                                                      {sixty, QString(50, QChar(0x708E))}};
     for (const auto& [comment, kept] : cases) {
-      ProgramFolder folder;
-      SaveSettings(folder, 1, [&](ELM327_Info& device) { device.t_LogComment = comment; });
-      Simulation simulation("usbio 0 prepared constant 1\n");
-      const auto booted = Boot(folder);
-      RunFor(*booted->form1->ShownView(), 40);
-      QCOMPARE(QString::fromStdString(booted->form1->device.t_LogComment), kept);
+      const auto s = Start(1, "usbio 0 prepared constant 1\n",
+                           [&](ELM327_Info& device) { device.t_LogComment = comment; });
+      RunFor(*s->view, 40);
+      QCOMPARE(QString::fromStdString(s->Device().t_LogComment), kept);
     }
   }
 
   void aReSearchFindsModulesAddedAndRemoved() {
-    ProgramFolder folder;
-    SaveSettings(folder, 2);
-    Simulation simulation("usbio 0 prepared constant 1\n");
-    const auto booted = Boot(folder);
-    ViewFrame& view = *booted->form1->ShownView();
-    simulation.Rewrite("usbio 0 prepared constant 1\nusbio 5 prepared walk\nusbio 9 plain walk\n");
-    booted->boxes.answer = false;
+    const auto s = Start(2, "usbio 0 prepared constant 1\n");
+    ViewFrame& view = *s->view;
+    s->simulation->Rewrite(
+        "usbio 0 prepared constant 1\nusbio 5 prepared walk\nusbio 9 plain walk\n");
+    s->Boxes().answer = false;
     view.menu_opt_search_Click();
-    QCOMPARE(booted->form1->USB_IO.FindDevice, int16_t{1});
-    QCOMPARE(booted->boxes.questions,
+    QCOMPARE(s->Form().USB_IO.FindDevice, int16_t{1});
+    QCOMPARE(s->Boxes().questions,
              QStringList{QStringLiteral("USB-IO を再検索します。\nよろしいですか？")});
-    booted->boxes.answer = true;
+    s->Boxes().answer = true;
     view.menu_opt_search_Click();
-    QCOMPARE(booted->form1->USB_IO.FindDevice, int16_t{2});
+    QCOMPARE(s->Form().USB_IO.FindDevice, int16_t{2});
     QCOMPARE(view.Pic_DeviceLED[5]->BackColor(), 0x00FF00);
     QCOMPARE(view.Pic_DeviceLED[9]->BackColor(), Rgb(100, 100, 100));
-    simulation.Rewrite("");
+    s->simulation->Rewrite("");
     view.menu_opt_search_Click();
     QCOMPARE(StateOf(view), FrameState::NoDevice);
     QCOMPARE(view.Pic_DeviceLED[0]->BackColor(), Rgb(100, 100, 100));
   }
 
   void aSpreadsheetRunMakesItsApplicationAndQuitsItAtDisconnect() {
-    ProgramFolder folder;
-    SaveSettings(folder, 1, [](ELM327_Info& device) {
+    const auto s = Start(1, "usbio 0 prepared constant 1\n", [](ELM327_Info& device) {
       device.t_LogSave_Enable = 1;
       device.t_LogSampling = 10;
     });
-    Simulation simulation("usbio 0 prepared constant 1\n");
-    const auto booted = Boot(folder);
-    QCOMPARE(booted->form1->device.ExcelInstallCheck, 1);
-    QCOMPARE(booted->form1->device.t_LogSaveFormat, 1);
-    ViewFrame& view = *booted->form1->ShownView();
+    QCOMPARE(s->Device().ExcelInstallCheck, 1);
+    QCOMPARE(s->Device().t_LogSaveFormat, 1);
+    ViewFrame& view = *s->view;
     std::shared_ptr<ExcelApplication> during;
     QString status;
     RunFor(view, 100, [&] {
@@ -218,21 +197,18 @@ class ViewFrameTest : public QObject {
     QVERIFY(view.objExcel == nullptr);
     QCOMPARE(status, QStringLiteral("通信中　ログ出力(Excel)"));
     int workbooks = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+    for (const auto& entry : std::filesystem::directory_iterator(s->folder.Path())) {
       workbooks += entry.path().extension() == ".xls";
     }
     QCOMPARE(workbooks, 1);
   }
 
   void aDisconnectAfterARefusedSpreadsheetConnectFails() {
-    ProgramFolder folder;
-    SaveSettings(folder, 1, [](ELM327_Info& device) {
+    const auto s = Start(1, "usbio 0 prepared constant 1\n", [](ELM327_Info& device) {
       device.t_LogSave_Enable = 1;
       device.t_LogSave_subFolder = 1;
     });
-    Simulation simulation("usbio 0 prepared constant 1\n");
-    const auto booted = Boot(folder);
-    ViewFrame& view = *booted->form1->ShownView();
+    ViewFrame& view = *s->view;
     view.TB_LogComment->setText(QString());
     view.Pic_Connect_Click();  // refused before the application was made
     bool failed = false;

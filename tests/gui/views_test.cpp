@@ -20,11 +20,9 @@ class ViewsTest : public QObject {
 
   void ledsShowAbsentOffAndOnBits() {
     for (int mode : {1, 2, 3}) {
-      ProgramFolder folder;
-      SaveSettings(folder, mode, [](ELM327_Info& device) { device.bit_LEDColor(2) = 0x0000FF; });
-      Simulation simulation("usbio 0 prepared constant 0b101\n");
-      const auto booted = Boot(folder);
-      ViewFrame& view = *booted->form1->ShownView();
+      const auto s = Start(mode, "usbio 0 prepared constant 0b101\n",
+                           [](ELM327_Info& device) { device.bit_LEDColor(2) = 0x0000FF; });
+      ViewFrame& view = *s->view;
       std::vector<Colour> seen;
       RunFor(view, 120, [&] {
         for (int n : {0, 1, 2, 8}) seen.push_back(view.Pic_BitLED_[n]->BackColor());
@@ -65,13 +63,11 @@ class ViewsTest : public QObject {
   }
 
   void theLabelledViewShowsBitComments() {
-    ProgramFolder folder;
-    SaveSettings(folder, 2, [](ELM327_Info& device) {
+    const auto s = Start(2, {}, [](ELM327_Info& device) {
       device.bit_comment(9) = "非常停止";
       device.usbio_comment(1) = "盤 1";
     });
-    const auto booted = Boot(folder);
-    auto& view = static_cast<FormView_LED2&>(*booted->form1->ShownView());
+    auto& view = static_cast<FormView_LED2&>(*s->view);
     QCOMPARE(view.Lb_Bit_Comment[9]->text(), QStringLiteral("非常停止"));
     QCOMPARE(view.Lb_Bit_Comment[10]->text(), QString());  // the design "---" is gone
     QCOMPARE(view.Lb_txt_View[1]->text(), QStringLiteral("盤 1"));
@@ -79,16 +75,14 @@ class ViewsTest : public QObject {
   }
 
   void theDigitalValueViewShowsValuesAndAnalysis() {
-    ProgramFolder folder;
-    SaveSettings(folder, 3, [](ELM327_Info& device) {
-      device.usbio_bit_reverse(3) = 1;  // reversed, the value is the input itself
-      device.usbio_analysis(3) = 1;
-      device.usbio_Font_size(3) = 30;
-      device.usbio_BackColor(3) = 0x102030;
-    });
-    Simulation simulation("usbio 3 prepared constant 5\nusbio 4 prepared constant 1\n");
-    const auto booted = Boot(folder);
-    auto& view = static_cast<FormView_Value1&>(*booted->form1->ShownView());
+    const auto s = Start(
+        3, "usbio 3 prepared constant 5\nusbio 4 prepared constant 1\n", [](ELM327_Info& device) {
+          device.usbio_bit_reverse(3) = 1;  // reversed, the value is the input itself
+          device.usbio_analysis(3) = 1;
+          device.usbio_Font_size(3) = 30;
+          device.usbio_BackColor(3) = 0x102030;
+        });
+    auto& view = static_cast<FormView_Value1&>(*s->view);
     QVERIFY(view.Lb_View_ch_MAX_[3]->isVisibleTo(&view));
     QVERIFY(!view.Lb_View_ch_MAX_[4]->isVisibleTo(&view));
     QCOMPARE(view.Lb_View_ch_[3]->font().pointSizeF(), 30.0);

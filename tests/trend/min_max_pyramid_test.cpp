@@ -1,5 +1,5 @@
 // The pyramid's extremes against a plain walk over the samples, for random
-// data and random spans, and a one-sample pulse seen at every zoom.
+// data and random spans; the traces' columns by time.
 #include "trend/min_max_pyramid.h"
 
 #include <gtest/gtest.h>
@@ -37,18 +37,6 @@ TEST(MinMaxPyramid, AnySpanHasTheExtremesOfItsSamples) {
   EXPECT_FALSE(pyramid.Over(10, 10).any);
   EXPECT_EQ(pyramid.Over(39990, 99999).max, *std::max_element(samples.end() - 10, samples.end()))
       << "a span past the end stops at the last sample";
-}
-
-TEST(MinMaxPyramid, APulseOfOneSampleShowsInEveryColumnThatHoldsIt) {
-  MinMaxPyramid pyramid;
-  const std::size_t pulse = 123457;
-  for (std::size_t i = 0; i < 300000; ++i) pyramid.Append(i == pulse ? 1.0f : 0.0f);
-  for (std::size_t columns : {1u, 7u, 100u, 1600u, 100000u}) {
-    const std::size_t width = (pyramid.Size() + columns - 1) / columns;
-    const std::size_t column = pulse / width;
-    EXPECT_EQ(pyramid.Over(column * width, (column + 1) * width).max, 1.0f) << columns;
-    EXPECT_EQ(pyramid.Over((column + 1) * width, (column + 2) * width).max, 0.0f) << columns;
-  }
 }
 
 // Columns by time: samples at an uneven pace, a gap without samples, and
