@@ -43,7 +43,10 @@ class MappedDevices : public ::testing::Test {
   ModbusServer& Server(ModbusServer::Kind kind = ModbusServer::Kind::Tcp, int unit = 1) {
     return *servers.emplace_back(std::make_unique<ModbusServer>(kind, unit));
   }
-  void Map(const std::string& text) {
+  // The map `text`, each "@" in it standing for `at`.
+  void Map(std::string text, const std::string& at = {}) {
+    for (auto p = text.find('@'); p != std::string::npos; p = text.find('@', p + at.size()))
+      text.replace(p, 1, at);
     map.reset();  // its old value back first, then the new one
     map = std::make_unique<test::ScopedEnvironment>("KVR_DEVICES",
                                                     folder.Write("devices.conf", text).string());
@@ -87,17 +90,11 @@ constexpr double kStalledPassMs = 50.0;
 
 TEST_F(MappedDevices, ModbusTcpInputsArriveAndFollowTheServer) {
   ModbusServer& server = Server();
-  const std::string at = " modbus-tcp " + server.Place() + " unit 1 ";
-  Map("usbio 0" + at +
-      "discrete 0\n"
-      "usbio 1" +
-      at +
-      "discrete 8   # beside the first: one request for both\n"
-      "usbio 2" +
-      at +
-      "holding 40 bit 4\n"
-      "probe 3" +
-      at + "input 100\n");
+  Map("usbio 0 @ discrete 0\n"
+      "usbio 1 @ discrete 8   # beside the first: one request for both\n"
+      "usbio 2 @ holding 40 bit 4\n"
+      "probe 3 @ input 100\n",
+      "modbus-tcp " + server.Place() + " unit 1");
   server.SetDiscrete(0, true);
   server.SetDiscrete(7, true);
   server.SetDiscrete(9, true);
@@ -148,17 +145,8 @@ TEST_F(MappedDevices, ExceptionsWrongUnitsAndSlowServersCostOnlyTheirOwnDevices)
   server.SetLastInputRegister(6);  // a probe at 6 is past the server's registers
   server.SetInputRegister(0, 42);
   server.SetDiscrete(0, true);
-  const std::string at = " modbus-tcp " + server.Place() + " unit ";
-  Map("probe 0" + at +
-      "1 input 0\n"
-      "probe 1" +
-      at +
-      "1 input 6\n"
-      "usbio 0" +
-      at +
-      "1 discrete 0\n"
-      "usbio 1" +
-      at + "9 discrete 0\n");
+  Map("probe 0 @ 1 input 0\nprobe 1 @ 1 input 6\nusbio 0 @ 1 discrete 0\nusbio 1 @ 9 discrete 0\n",
+      "modbus-tcp " + server.Place() + " unit");
   testing::internal::CaptureStderr();
   Search();
   ASSERT_TRUE(ReadUntil([&] {
@@ -179,11 +167,8 @@ TEST_F(MappedDevices, ExceptionsWrongUnitsAndSlowServersCostOnlyTheirOwnDevices)
 TEST_F(MappedDevices, ModbusRtuOnASerialLineAsksEachUnitOnTheBus) {
   ModbusServer& bus = Server(ModbusServer::Kind::Rtu, 3);
   bus.SetInputRegister(10, 0x00FF);
-  const std::string at = " modbus-rtu " + bus.Place() + " 115200 8N1 unit ";
-  Map("usbio 0" + at +
-      "3 input 10\n"
-      "usbio 1" +
-      at + "4 input 10   # no such unit: no answer\n");
+  Map("usbio 0 @ 3 input 10\nusbio 1 @ 4 input 10   # no such unit: no answer\n",
+      "modbus-rtu " + bus.Place() + " 115200 8N1 unit");
   testing::internal::CaptureStderr();
   Search();
   ASSERT_TRUE(ReadUntil([&] { return io.USBIO_J1_Data(0) == 0xFF && State(1) != "waiting"; }));
@@ -196,10 +181,7 @@ TEST_F(MappedDevices, ModbusRtuOnASerialLineAsksEachUnitOnTheBus) {
 
 TEST_F(MappedDevices, AFirmataBoardServesAPortAndSixAnalogPinsAndIsSetUpAgainAfterAReset) {
   board = std::make_unique<test::FirmataBoard>();
-  Map("usbio 2 firmata " + board->Path() +
-      " port 1\n"
-      "probe 0 firmata " +
-      board->Path() + " 115200 analog 0\n");
+  Map("usbio 2 firmata @ port 1\nprobe 0 firmata @ 115200 analog 0\n", board->Path());
   // Rejected: one board at two speeds.
   board->SetPin(9, true);
   board->SetAnalog(5, 1023);
@@ -213,10 +195,7 @@ TEST_F(MappedDevices, AFirmataBoardServesAPortAndSixAnalogPinsAndIsSetUpAgainAft
   ASSERT_TRUE(ReadUntil([&] { return io.USBIO_J1_Data(2) == 0x02; }));
   EXPECT_EQ(board->ModeOf(9), 0) << "the port's pins are inputs";
 
-  Map("usbio 2 firmata " + board->Path() +
-      " port 1\n"
-      "probe 0 firmata " +
-      board->Path() + " analog 0\n");
+  Map("usbio 2 firmata @ port 1\nprobe 0 firmata @ analog 0\n", board->Path());
   Search();
   ASSERT_TRUE(ReadUntil([&] { return probes.USBProbe_AN_Data(5) == 1023; }));
   EXPECT_EQ(board->ModeOf(14), 2) << "analog pin 0 is pin 14 of an Uno, in analog mode";

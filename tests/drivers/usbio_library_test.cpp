@@ -23,6 +23,13 @@ std::string ConstantModules(const std::map<int, int>& inputs) {
   return text;
 }
 
+// Modules `first` onwards, `count` of them, each reading `input`.
+std::map<int, int> Modules(int first, int count, int input = 0) {
+  std::map<int, int> inputs;
+  for (int c = first; c < first + count; ++c) inputs[c] = input;
+  return inputs;
+}
+
 struct Sampled {
   USB_IO_IF io{BuiltLibraries().usbIo.api};
 };
@@ -56,16 +63,7 @@ TEST(UsbIoLibrary, ConvertsFieldsAsConfigured) {
   const Conversion cases[] = {
       {"first bit most significant", {{0, 0b101}}, 0, 1, 8, 0, 0, 0, 0b10100000, 160},
       {"field inside the module", {{0, 0b00111100}}, 0, 3, 4, 0, 0, 0, 0b1111, 15},
-      {"field runs into the next module",
-       {{0, 0xF0}, {1, 0x01}},
-       0,
-       5,
-       8,
-       0,
-       0,
-       0,
-       0b11111000,
-       248},
+      {"into the next module", {{0, 0xF0}, {1, 0x01}}, 0, 5, 8, 0, 0, 0, 0b11111000, 248},
       {"sign and magnitude", {{0, 0b1101}}, 0, 1, 4, 0, 0, 1, 0b1011, -3},
       {"two's complement, negative", {{0, 0b1101}}, 0, 1, 4, 0, 0, 2, 0b1011, -5},
       {"two's complement, positive", {{0, 0b0110}}, 0, 1, 4, 0, 0, 2, 0b0110, 6},
@@ -77,6 +75,7 @@ TEST(UsbIoLibrary, ConvertsFieldsAsConfigured) {
       {"last module, field past slot 127", {{15, 0xF0}}, 15, 5, 8, 0, 0, 0, 0b11110000, 240},
       {"past slot 127, inverted", {{15, 0xF0}}, 15, 5, 8, 1, 0, 0, 0b00001111, 15},
       {"one bit field, sign only", {{3, 0x01}}, 3, 1, 1, 0, 0, 1, 1, 0},
+      {"128 ones, two's complement", Modules(0, 16, 0xFF), 0, 1, 128, 0, 0, 2, -1, -1},
   };
   for (const Conversion& c : cases) {
     const auto sampled = SampleOnce(c.inputs, [&](ELM327_Info& device) {
@@ -109,15 +108,8 @@ TEST(UsbIoLibrary, AChannelsValueIsItsOwnFieldWhateverElseIsPluggedIn) {
       {"inverted word, next module present", {{0, 0}, {1, 0}}, 0, 1, 16, 1, 0, 65535},
       {"reversed word across two modules", {{0, 0x34}, {1, 0x12}}, 0, 1, 16, 0, 1, 0x1234},
       {"reversed field past slot 127", {{15, 0x80}}, 15, 8, 4, 0, 1, 1},
-      {"40 bits, later modules present",
-       {{0, 0}, {1, 0}, {2, 0}, {3, 0}, {4, 0}},
-       0,
-       1,
-       40,
-       1,
-       0,
-       forty},
-      {"40 bits past slot 127", {{14, 0}, {15, 0}}, 14, 1, 40, 1, 0, forty},
+      {"40 bits, later modules present", Modules(0, 5), 0, 1, 40, 1, 0, forty},
+      {"40 bits past slot 127", Modules(14, 2), 14, 1, 40, 1, 0, forty},
   };
   for (const Case& c : cases) {
     const auto sampled = SampleOnce(c.inputs, [&](ELM327_Info& device) {
@@ -162,17 +154,6 @@ TEST(UsbIoLibrary, ScalesAndRoundsTheNumber) {
     device.usbio_round_value(2) = 3;
   });
   EXPECT_EQ(sampled->io.USBIO_Value(2), -0.57);  // 3/7 - 1 = -0.5714...
-}
-
-TEST(UsbIoLibrary, A128BitFieldOfOnesIsMinusOne) {
-  std::map<int, int> allOnes;
-  for (int c = 0; c < 16; ++c) allOnes[c] = 0xFF;
-  const auto sampled = SampleOnce(allOnes, [](ELM327_Info& device) {
-    device.usbio_DataLength(0) = 128;
-    device.usbio_Conversion(0) = 2;
-  });
-  EXPECT_EQ(sampled->io.USBIO_Value(0), -1.0);
-  EXPECT_EQ(sampled->io.USBIO_J1_MakeData(0), -1);  // its low 32 bits
 }
 
 // The simulated bench is what its file says at each search: a plain module

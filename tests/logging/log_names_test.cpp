@@ -29,7 +29,7 @@ class LogNames : public ::testing::Test {
   std::string date, number, folder;
 };
 
-TEST_F(LogNames, NumbersRunWithinAClockHourAndRestartInTheNext) {
+TEST_F(LogNames, NumbersRunWithinAClockHourAndRestartInTheNextTheExtensionByFormat) {
   const std::string base = bench.program.Path().string() + "/SD26030214-";
   const std::string first = NextPath();
   EXPECT_EQ(first, base + "001.csv");
@@ -40,6 +40,11 @@ TEST_F(LogNames, NumbersRunWithinAClockHourAndRestartInTheNext) {
   EXPECT_EQ(NextPath(), bench.program.Path().string() + "/SD26030215-001.csv");
   EXPECT_EQ(date, "26030215");
   EXPECT_EQ(bench.yields, 1);  // one per name found taken
+  // The extension follows the format.
+  device.t_LogSaveFormat = 1;
+  EXPECT_EQ(fs::path(NextPath()).filename(), "SD26030215-001.xls");
+  device.t_LogSaveFormat = 7;
+  EXPECT_EQ(fs::path(NextPath()).filename(), "SD26030215-001");
 }
 
 TEST_F(LogNames, PastNinetyNineTheOldNumberStaysInFront) {
@@ -114,13 +119,6 @@ TEST_F(LogNames, TheDesktopIsMadeAndAFolderThatTakesNoFileIsSaid) {
   EXPECT_NE(refusal->find("/proc/self/"), std::string::npos) << *refusal;
 }
 
-TEST_F(LogNames, ExtensionFollowsTheFormat) {
-  device.t_LogSaveFormat = 1;
-  EXPECT_EQ(fs::path(NextPath()).extension(), ".xls");
-  device.t_LogSaveFormat = 7;
-  EXPECT_EQ(fs::path(NextPath()).filename(), "SD26030214-001");
-}
-
 TEST_F(LogNames, BaseFolderByMode) {
   device.t_LogSaveFilePath_mode = 1;
   EXPECT_EQ(LogBaseFolder(device, environment), bench.desktop.Path().string());
@@ -153,15 +151,13 @@ TEST_F(LogNames, ATakenSubFolderGetsTheNextSuffix) {
   // Files of the run go into its folder.
   device.t_LogSave_subFolder = 1;
   EXPECT_EQ(fs::path(NextPath()).parent_path(), bench.program.Path() / "試験：1-003");
-}
-
-TEST_F(LogNames, AnEmptyCommentStartsAtDash002) {
+  // An empty comment starts at -002.
   device.t_LogComment = "";
-  GetSubFolderName(device, folder, environment);
-  EXPECT_EQ(folder, "-002");
-  folder.clear();
-  GetSubFolderName(device, folder, environment);
-  EXPECT_EQ(folder, "-003");
+  for (const char* expected : {"-002", "-003"}) {
+    folder.clear();
+    GetSubFolderName(device, folder, environment);
+    EXPECT_EQ(folder, expected);
+  }
 }
 
 TEST_F(LogNames, AFirstFolderIsMadeUnderTheSavedPathNotTheBase) {
@@ -174,9 +170,7 @@ TEST_F(LogNames, AFirstFolderIsMadeUnderTheSavedPathNotTheBase) {
   // The base has no such folder, so the files stay in the plain base.
   device.t_LogSave_subFolder = 1;
   EXPECT_EQ(fs::path(NextPath()).parent_path(), bench.program.Path());
-}
-
-TEST_F(LogNames, AMissingBaseMakesNoFolder) {
+  // A missing base makes no folder.
   environment.programFolder = (bench.program.Path() / "gone").string();
   folder = "kept";
   GetSubFolderName(device, folder, environment);

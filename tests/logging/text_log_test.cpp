@@ -124,24 +124,19 @@ TEST_F(TextLog, ABrokenCommentLosesNothingAfterIt) {
   EXPECT_NE(bytes.find("\r\n?ABC\r\n\r\nch0 \x81\x46?x\r\n"), std::string::npos) << bytes;
 }
 
-TEST_F(TextLog, TheSpreadsheetFormatWritesAWorkbookAndNoText) {
+// Without the workbook application nothing is written, and the rows are
+// not emptied: new rows go over them.
+TEST_F(TextLog, TheSpreadsheetFormatWritesAWorkbookAndNoTextOrNothingWithoutItsApplication) {
   device.t_LogSaveFormat = 1;
-  device.ExcelInstallCheck = 1;
-  log.objExcel = std::make_shared<ExcelApplication>();
   devices.PlugModules({0});
-  WriteWithRows(1, {1});
-  EXPECT_FALSE(std::filesystem::exists(path));
-  EXPECT_TRUE(std::filesystem::exists(bench.program.Path() / "SD26030214-001.xls"));
-  EXPECT_EQ(log.Time_ID_DLC_Data1().Get(0, 0), "");  // emptied after the file
-}
-
-TEST_F(TextLog, WithoutTheWorkbookApplicationTheSpreadsheetFormatWritesNothing) {
-  device.t_LogSaveFormat = 1;
-  device.ExcelInstallCheck = 0;
-  devices.PlugModules({0});
-  WriteWithRows(1, {1});
-  EXPECT_TRUE(std::filesystem::is_empty(bench.program.Path()));
-  EXPECT_EQ(log.Time_ID_DLC_Data1().Get(0, 0), "1");  // not emptied: new rows go over it
+  for (const int16_t installed : {0, 1}) {
+    device.ExcelInstallCheck = installed;
+    if (installed) log.objExcel = std::make_shared<ExcelApplication>();
+    WriteWithRows(1, {1});
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_EQ(std::filesystem::exists(bench.program.Path() / "SD26030214-001.xls"), installed);
+    EXPECT_EQ(log.Time_ID_DLC_Data1().Get(0, 0), installed ? "" : "1");
+  }
 }
 
 }  // namespace

@@ -157,7 +157,7 @@ TEST(Publisher, ARunThatEndsWhileTheBrokerIsAwayIsDrainedLater) {
 
 TEST(Publisher, ARefusedLoginIsSaidOnceAndTheRowsWait) {
   MosquittoBroker broker("tester:right\n");
-  TempFolder spool, secrets;
+  TempFolder spool;
   PublishTarget target = TargetFor(broker.Url("lab", "tester"), spool.Path());
   target.password = "wrong";
   {
@@ -169,16 +169,8 @@ TEST(Publisher, ARefusedLoginIsSaidOnceAndTheRowsWait) {
     EXPECT_EQ(publisher.Finish(1, 1), 1502);
     EXPECT_EQ(said.Count("接続を断りました"), 1);
   }
-  // The password from its file, as the settings name it.
-  PublishSettings settings;
-  settings.url = broker.Url("lab", "tester");
-  settings.bench = "b1";
-  settings.passwordFile = secrets.Write("password", "right\n").string();
-  std::string why;
-  auto right = TargetOf(settings, why);
-  ASSERT_TRUE(right) << why;
-  right->spoolFolder = spool.Path().string();
-  Publisher drain(*right, nullptr);
+  target.password = "right";
+  Publisher drain(target, nullptr);
   EXPECT_EQ(drain.Finish(30, 10), 0);
 }
 
