@@ -14,6 +14,13 @@
 namespace tavelin::cli {
 namespace {
 
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
 TEST(DevicesCommand, ListsModulesPreparedOrNotAndProbesWithTheirBackendAndPath) {
   test::FakeHid hid;
   hid.Module("/fake/plain", 5, 0);
@@ -24,19 +31,15 @@ TEST(DevicesCommand, ListsModulesPreparedOrNotAndProbesWithTheirBackendAndPath) 
   EXPECT_EQ(RunDevices(program.Path()), 0);
   const std::string listed = testing::internal::GetCapturedStdout();
 
-  std::istringstream lines(listed);
-  std::string heading, first, second, third, hint;
-  std::getline(lines, heading);
-  std::getline(lines, first);
-  std::getline(lines, second);
-  std::getline(lines, third);
-  std::getline(lines, hint);
   // By channel, modules before probes; columns line up under the heading.
-  EXPECT_EQ(heading, "方式      Ch  種類      準備  場所");
-  EXPECT_EQ(first, "fake hid  3   USB-IO    済    /fake/prepared");
-  EXPECT_EQ(second, "fake hid  5   USB-IO    未    /fake/plain");
-  EXPECT_EQ(third, "fake hid  7   プローブ  -     /fake/probe");
-  EXPECT_NE(hint.find("マイコン設定書込"), std::string::npos) << listed;
+  const auto lines = Lines(listed);
+  ASSERT_EQ(lines.size(), 5u) << listed;
+  EXPECT_EQ(std::vector(lines.begin(), lines.begin() + 4),
+            (std::vector<std::string>{"方式      Ch  種類      準備  場所",
+                                      "fake hid  3   USB-IO    済    /fake/prepared",
+                                      "fake hid  5   USB-IO    未    /fake/plain",
+                                      "fake hid  7   プローブ  -     /fake/probe"}));
+  EXPECT_NE(lines[4].find("マイコン設定書込"), std::string::npos) << listed;
   EXPECT_EQ(hid.OpenHandles(), 0) << "the listing leaves nothing open";
 }
 
@@ -45,33 +48,24 @@ TEST(DevicesCommand, ShowsWhetherEachDeviceOfTheMapAnswersAndCheckFailsWhenOneDo
   hid.Module("/fake/prepared", 3);
   test::ModbusServer server;
   test::TempFolder folder;
-  const std::string at = " modbus-tcp " + server.Place() + " unit ";
-  const test::ScopedEnvironment map("KVR_DEVICES",
-                                    folder
-                                        .Write("devices.conf", "usbio 0" + at +
-                                                                   "1 discrete 0\n"
-                                                                   "usbio 1" +
-                                                                   at + "7 discrete 0\n")
-                                        .string());
+  const std::string at = "modbus-tcp " + server.Place() + " unit ";
+  const std::string map = "usbio 0 " + at + "1 discrete 0\nusbio 1 " + at + "7 discrete 0\n";
+  const test::ScopedEnvironment mapped("KVR_DEVICES", folder.Write("devices.conf", map).string());
   test::ProgramFolder program;
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
   EXPECT_EQ(RunDevices(program.Path()), 0);
   EXPECT_EQ(RunDevices(program.Path(), true), 1);
   testing::internal::GetCapturedStderr();
-  std::istringstream lines(testing::internal::GetCapturedStdout());
-  std::string heading, first, second, third;
-  std::getline(lines, heading);
-  std::getline(lines, first);
-  std::getline(lines, second);
-  std::getline(lines, third);
+  const auto lines = Lines(testing::internal::GetCapturedStdout());
+  ASSERT_GE(lines.size(), 4u);
   const std::string place = server.Place() + " unit 1 discrete 0";
-  EXPECT_EQ(heading, std::string("方式        Ch  種類      準備  場所") +
-                         std::string(place.size() + 2 - 4, ' ') + "状態");
-  EXPECT_EQ(first, "modbus-tcp  0   USB-IO    済    " + place + "  応答あり");
-  EXPECT_EQ(second, "modbus-tcp  1   USB-IO    済    " + server.Place() +
-                        " unit 7 discrete 0  応答なし (Target device failed to respond)");
-  EXPECT_EQ(third, "fake hid    3   USB-IO    済    /fake/prepared") << "no state of its own";
+  EXPECT_EQ(lines[0], std::string("方式        Ch  種類      準備  場所") +
+                          std::string(place.size() + 2 - 4, ' ') + "状態");
+  EXPECT_EQ(lines[1], "modbus-tcp  0   USB-IO    済    " + place + "  応答あり");
+  EXPECT_EQ(lines[2], "modbus-tcp  1   USB-IO    済    " + server.Place() +
+                          " unit 7 discrete 0  応答なし (Target device failed to respond)");
+  EXPECT_EQ(lines[3], "fake hid    3   USB-IO    済    /fake/prepared") << "no state of its own";
 }
 
 TEST(DevicesCommand, SaysSoWhenThereIsNothingAndWhenALibraryIsMissing) {

@@ -21,21 +21,16 @@ class PublishTest : public QObject {
     const ScopedEnvironment state("XDG_STATE_HOME", (home.Path() / "state").string());
     MosquittoBroker broker;
     Subscriber subscriber(broker, "lab/#");
-    ProgramFolder folder;
-    SaveSettings(folder, 3, [&](ELM327_Info& device) {
+    const auto s = Start(3, "usbio 0 prepared counter 120\n", [&](ELM327_Info& device) {
       device.t_LogSave_Enable = 1;
       device.t_LogSampling = 10;
       device.t_LogSaveFormat = 2;
       device.t_LogSaveFilePath_mode = 2;
       device.t_LogSaveFilePath = logs.Path().string();
     });
-    Simulation simulation("usbio 0 prepared counter 120\n");
-    const auto booted = Boot(folder);
-    ViewFrame& view = *booted->form1->ShownView();
+    ViewFrame& view = *s->view;
     const QString title = view.windowTitle();
-    QVERIFY(booted->form1->ThePublisher() == nullptr);
-    QCOMPARE(view.menu_tool->actions().last(), view.menu_tool_publish);
-    QCOMPARE(view.menu_tool_publish->text(), QStringLiteral("配信設定"));
+    QVERIFY(s->Form().ThePublisher() == nullptr);
 
     bool refused = false;
     QTimer::singleShot(0, [&] {
@@ -51,7 +46,7 @@ class PublishTest : public QObject {
     });
     view.menu_tool_publish->trigger();
     QVERIFY2(refused, "a URL that names no broker stays in the dialog");
-    QVERIFY(booted->form1->ThePublisher() != nullptr);
+    QVERIFY(s->Form().ThePublisher() != nullptr);
     QCOMPARE(ReadPublishSettings(PublishSettingsPath()).bench, std::string("bench1"));
     QTRY_COMPARE(view.windowTitle(), title + QStringLiteral("　［配信: 送信中］"));
 
@@ -74,7 +69,7 @@ class PublishTest : public QObject {
       dialog->Btn_OK->click();
     });
     view.menu_tool_publish->trigger();
-    QVERIFY(booted->form1->ThePublisher() == nullptr);
+    QVERIFY(s->Form().ThePublisher() == nullptr);
     QCOMPARE(view.windowTitle(), title);
   }
 };

@@ -42,20 +42,17 @@ class StopRequestTest : public QObject {
                           {"Ctrl+C during a run", SIGINT, true},
                           {"shutdown while idle", SIGTERM, false}};
     for (const Case& c : cases) {
-      ProgramFolder folder;
       TempFolder logs;
-      SaveSettings(folder, 3, [&](ELM327_Info& device) {
+      const auto s = Start(3, "usbio 0 prepared constant 5\n", [&](ELM327_Info& device) {
         device.t_LogSave_Enable = 1;
         device.t_LogSaveFormat = 2;
         device.t_LogSaveFilePath_mode = 2;
         device.t_LogSaveFilePath = logs.Path().string();
         device.t_LogSampling = 10;
       });
-      Simulation simulation("usbio 0 prepared constant 5\n");
-      const auto booted = Boot(folder);
-      Form1& form1 = *booted->form1;
+      Form1& form1 = s->Form();
       const StopRequestListener listener(form1);
-      ViewFrame& view = *form1.ShownView();
+      ViewFrame& view = *s->view;
       view.TB_LogComment->setText(QStringLiteral("停止試験"));
       if (c.running) {
         QTimer::singleShot(300, [&] { std::raise(c.signal); });
@@ -68,7 +65,7 @@ class StopRequestTest : public QObject {
       QVERIFY2(form1.Unloaded(), c.name);
       QVERIFY2(!view.isVisible(), c.name);
       ELM327_Info saved;
-      QCOMPARE(FileSaveSystem::Read_Config(saved, folder.Path()), FileSaveSystem::kRead);
+      QCOMPARE(FileSaveSystem::Read_Config(saved, s->folder.Path()), FileSaveSystem::kRead);
       QCOMPARE(saved.t_LogComment, std::string("停止試験"));
       std::vector<fs::path> written;
       for (const auto& entry : fs::recursive_directory_iterator(logs.Path())) {

@@ -46,14 +46,11 @@ class TrendTest : public QObject {
   void init() { unsetenv("KVR_SIMULATION"); }
 
   void followsARunLiveAtMostOneSampleAMillisecond() {
-    ProgramFolder folder;
-    SaveSettings(folder, 3, [](ELM327_Info& device) {
+    const auto s = Start(3, "usbio 0 prepared constant 7\n", [](ELM327_Info& device) {
       device.usbio_comment(0) = "炉温";
       device.usbio_FontColor(0) = 0x8B0000;  // the channel's own colour
     });
-    Simulation simulation("usbio 0 prepared constant 7\n");
-    const auto booted = Boot(folder);
-    ViewFrame& view = *booted->form1->ShownView();
+    ViewFrame& view = *s->view;
     view.menu_tool_trend->trigger();
     TrendWindow* trend = nullptr;
     for (QWidget* window : QApplication::topLevelWidgets()) {
@@ -76,7 +73,7 @@ class TrendTest : public QObject {
     QCOMPARE(trend->Plot().Frame().colours, std::vector<int32_t>{0x8B0000});
     trend->close();  // deletes itself, and the run's hand-off has no reader
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(!booted->form1->TheFormBG().Sample_Tap.Attached());
+    QVERIFY(!s->Form().TheFormBG().Sample_Tap.Attached());
   }
 
   void aLogZoomsPansAndShowsItsWholeRunAgain() {
