@@ -6,39 +6,19 @@
 
 #include <filesystem>
 
-#include "support/simulation.h"
+#include "support/program_folder.h"
 
 namespace tavelin {
 namespace {
 
-namespace fs = std::filesystem;
-
-// A program folder holding the built libraries, some replaced by stand-ins
-// and some left out.
-class ProgramFolderWith {
- public:
-  ProgramFolderWith(std::map<std::string, std::string> standIns, std::vector<std::string> missing) {
-    for (const char* file : {kKvr100File, kKvrUsbIoFile, kKvrUsbProbeFile}) {
-      if (std::find(missing.begin(), missing.end(), file) != missing.end()) continue;
-      const auto standIn = standIns.find(file);
-      const fs::path source = standIn == standIns.end()
-                                  ? fs::path(TAVELIN_BIN_DIR) / file
-                                  : fs::path(TAVELIN_FAKES_DIR) / standIn->second / file;
-      fs::create_symlink(source, folder_.Path() / file);
-    }
-  }
-  std::string Path() const { return folder_.Path().string(); }
-
- private:
-  test::TempFolder folder_;
-};
+using test::ProgramFolder;
 
 struct Outcome {
   int32_t result;
   std::string message;
 };
 
-Outcome Check(const ProgramFolderWith& folder) {
+Outcome Check(const ProgramFolder& folder) {
   ELM327_Info device;
   std::string shown;
   const auto check = CheckLibraryVersions(device, folder.Path(), [&](const std::string& text) {
@@ -59,8 +39,8 @@ TEST(CheckLibraryVersions, NamesTheLibraryThatIsMissingOrOld) {
                {kKvrUsbIoFile, "kvr_usb_io_old"},
                {kKvrUsbProbeFile, "kvr_usb_probe_old"}};
   for (const Case& c : cases) {
-    const auto outcome = c.oldOne ? Check(ProgramFolderWith({{c.file, c.oldOne}}, {}))
-                                  : Check(ProgramFolderWith({}, {c.file}));
+    const auto outcome = c.oldOne ? Check(ProgramFolder({{c.file, c.oldOne}}, {}))
+                                  : Check(ProgramFolder({}, {c.file}));
     const std::string file = c.file;
     EXPECT_EQ(outcome.result, -1) << file;
     EXPECT_EQ(outcome.message,
@@ -73,9 +53,9 @@ TEST(CheckLibraryVersions, NamesTheLibraryThatIsMissingOrOld) {
 // cannot be called (the probe library missing, or one without an entry
 // point) ends the start silently.
 TEST(CheckLibraryVersions, APaddedVersionMatchesAndALibraryThatCannotBeCalledEndsSilently) {
-  EXPECT_EQ(Check(ProgramFolderWith({{kKvr100File, "kvr100_padded"}}, {})).result, 1);
-  for (const auto& folder : {ProgramFolderWith({}, {kKvrUsbProbeFile}),
-                             ProgramFolderWith({{kKvr100File, "kvr100_no_average"}}, {})}) {
+  EXPECT_EQ(Check(ProgramFolder({{kKvr100File, "kvr100_padded"}}, {})).result, 1);
+  for (const auto& folder : {ProgramFolder({}, {kKvrUsbProbeFile}),
+                             ProgramFolder({{kKvr100File, "kvr100_no_average"}}, {})}) {
     const auto outcome = Check(folder);
     EXPECT_EQ(outcome.result, 0);
     EXPECT_EQ(outcome.message, "");

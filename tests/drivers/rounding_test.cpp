@@ -28,10 +28,7 @@ TEST(RoundAtDigit, HalfAwayFromZeroOnTheDecimalText) {
   for (const Case& c : cases) {
     EXPECT_DOUBLE_EQ(RoundAtDigit(c.value, c.digit), c.rounded) << c.value << " at " << c.digit;
   }
-}
-
-TEST(RoundAtDigit, NeverGivesNegativeZero) {
-  EXPECT_FALSE(std::signbit(RoundAtDigit(-0.04, 2)));
+  EXPECT_FALSE(std::signbit(RoundAtDigit(-0.04, 2))) << "never a negative zero";
 }
 
 }  // namespace

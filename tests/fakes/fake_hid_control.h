@@ -18,7 +18,4 @@ int fake_hid_send(const char* path, const unsigned char* report, size_t length);
 void fake_hid_fail_writes(const char* path, int fail);
 // Handles open now, over every device.
 int fake_hid_open_handles();
-// A thread "fake-hid-feed" that sends every open handle a report each
-// `every_ms`; 0 stops it.
-void fake_hid_stream(int every_ms);
 }

@@ -292,8 +292,4 @@ __attribute__((visibility("default"))) int fake_hid_open_handles() {
   for (auto& d : g_devices) open += static_cast<int>(d->handles.size());
   return open;
 }
-
-__attribute__((visibility("default"))) void fake_hid_stream(int every_ms) {
-  Stream(every_ms);
-}
 }

@@ -1,10 +1,12 @@
 #pragma once
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 
 #include "devices/KVR_USB_Probe.h"
 #include "devices/USB_IO_IF.h"
+#include "logging/Excel_OutputDB.h"
 #include "logging/log_environment.h"
 #include "platform/code_page.h"
 #include "support/simulation.h"
@@ -23,6 +25,23 @@ struct HandFilledDevices {
   void PlugProbes(std::initializer_list<int16_t> probes) {
     for (int16_t d : probes) USB_Probe.HidCh(d) = 0;
     USB_Probe.FindDevice = static_cast<int32_t>(probes.size());
+  }
+
+  // A run's log of the view `device` names: its header, a row at each of
+  // `times` (`perRow` first sets the inputs of row n), then buffer 1 written.
+  void LogAndWrite(Excel_OutputDB& log, ELM327_Info& device, const std::vector<double>& times,
+                   const std::function<void(int row)>& perRow = {}) {
+    log.csv_DB_Initialize(0, &USB_Probe, USB_IO, device);
+    for (std::size_t row = 0; row < times.size(); ++row) {
+      if (perRow) perRow(static_cast<int>(row));
+      if (device.t_ViewCh == 4) {
+        log.Excel_AN_DataInput(USB_Probe, USB_IO, device, times[row]);
+      } else {
+        log.Excel_DataInput(USB_IO, device, times[row]);
+      }
+    }
+    std::string date, number;
+    log.Excel_DataOutput(1, &USB_Probe, USB_IO, device, date, number, "");
   }
 };
 

@@ -24,16 +24,7 @@ class TextLog : public ::testing::Test {
   // Header built at run start, rows added, then buffer 1 written.
   std::string WriteWithRows(int32_t mode, const std::vector<double>& times) {
     device.t_ViewCh = mode;
-    log.csv_DB_Initialize(0, &devices.USB_Probe, devices.USB_IO, device);
-    for (double t : times) {
-      if (mode == 4) {
-        log.Excel_AN_DataInput(devices.USB_Probe, devices.USB_IO, device, t);
-      } else {
-        log.Excel_DataInput(devices.USB_IO, device, t);
-      }
-    }
-    std::string date, number;
-    log.Excel_DataOutput(1, &devices.USB_Probe, devices.USB_IO, device, date, number, "");
+    devices.LogAndWrite(log, device, times);
     path = bench.program.Path() / ("SD26030214-001.csv");
     return ReadLog(path);
   }

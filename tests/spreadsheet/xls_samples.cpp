@@ -29,18 +29,11 @@ void Sample(const fs::path& out, const std::string& name, int32_t mode,
   Excel_OutputDB log({[] { return kWhen; }, [] {}, folder.Path().string(), ""});
   log.Param_ALL_Clear();
   log.objExcel = std::make_shared<ExcelApplication>();
-  log.csv_DB_Initialize(0, &devices.USB_Probe, devices.USB_IO, device);
-  for (int row = 0; row < rows; ++row) {
+  std::vector<double> times;
+  for (int row = 0; row < rows; ++row) times.push_back(row * 300.5);
+  devices.LogAndWrite(log, device, times, [&](int row) {
     if (perRow) perRow(devices, row);
-    const double time = row * 300.5;
-    if (mode == 4) {
-      log.Excel_AN_DataInput(devices.USB_Probe, devices.USB_IO, device, time);
-    } else {
-      log.Excel_DataInput(devices.USB_IO, device, time);
-    }
-  }
-  std::string date, number;
-  log.Excel_DataOutput(1, &devices.USB_Probe, devices.USB_IO, device, date, number, "");
+  });
   fs::rename(folder.Path() / "SD26030214-001.xls", out / name);
   if (log.Time_ID_DLC_Data1().Get(0, 0) != "") throw std::logic_error("the array was not emptied");
 }

@@ -27,7 +27,6 @@ class FakeHid {
     Resolve("fake_hid_send", send_);
     Resolve("fake_hid_fail_writes", failWrites_);
     Resolve("fake_hid_open_handles", openHandles_);
-    Resolve("fake_hid_stream", stream_);
     unsetenv("KVR_SIMULATION");
     reset_();
   }
@@ -71,7 +70,6 @@ class FakeHid {
   }
   void FailWrites(const std::string& path) { failWrites_(path.c_str(), 1); }
   int OpenHandles() { return openHandles_(); }
-  void Stream(int everyMs) { stream_(everyMs); }
 
  private:
   template <typename Function>
@@ -86,7 +84,6 @@ class FakeHid {
   decltype(&fake_hid_send) send_;
   decltype(&fake_hid_fail_writes) failWrites_;
   decltype(&fake_hid_open_handles) openHandles_;
-  decltype(&fake_hid_stream) stream_;
 };
 
 }  // namespace tavelin::test
