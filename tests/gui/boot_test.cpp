@@ -102,21 +102,6 @@ class BootTest : public QObject {
     QCOMPARE(Start(3)->view->windowTitle(), QStringLiteral("タヴェリン Ver1.11　デジタル入力"));
   }
 
-  void whatWasChangedComesBackAtTheNextStart() {
-    ProgramFolder folder;
-    SaveSettings(folder, 1);
-    Simulation simulation("usbio 0 prepared constant 1\n");
-    {
-      const auto booted = Boot(folder);
-      ViewFrame& view = *booted->form1->ShownView();
-      view.TB_LogComment->setText(QStringLiteral("炉 2 号"));
-      RunFor(view, 60);
-      view.close();
-    }
-    const auto again = Boot(folder);
-    QCOMPARE(again->form1->ShownView()->TB_LogComment->text(), QStringLiteral("炉 2 号"));
-  }
-
   // Only a lock another instance holds means a second start; one that
   // cannot be made is not mistaken for it.
   void aSecondStartFindsTheLockHeldAndNothingElseDoes() {
