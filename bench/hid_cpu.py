@@ -1,7 +1,8 @@
 """The processor time of a run on sixteen USB HID modules that each send a
 report every millisecond: tavelin-cli monitor on the tests' fake devices,
 for a minute (goal: under 2.5% of a core). The thread that feeds the fakes
-stands in for the USB hardware and is not counted.
+stands in for the USB hardware and is not counted; each open handle's
+reports wait in a pipe, one report a read, as in hidraw's queue.
 
     hid_cpu.py CLI FAKE_HID_LIBRARY [SECONDS]
 """
