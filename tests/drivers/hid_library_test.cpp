@@ -117,8 +117,6 @@ TEST_F(HidLibrary, DevicesThatCannotBeUsedAreLeftOutAndSaidSo) {
        "no identity report (0 bytes)"},
   };
   for (const LeftOut& c : cases) {
-    hid.Plug("/fake/reset", 0, {}, 0);  // nothing of ours
-    hid.Unplug("/fake/reset");
     testing::internal::CaptureStderr();
     c.plug(hid);
     io.Param_ALL_Clear();
@@ -128,10 +126,7 @@ TEST_F(HidLibrary, DevicesThatCannotBeUsedAreLeftOutAndSaidSo) {
     EXPECT_NE(said.find(c.said), std::string::npos) << c.name << ": " << said;
     EXPECT_EQ(hid.OpenHandles(), c.found) << c.name << ": a device left out stays closed";
     io.closeAllDevice();
-    for (const char* path :
-         {"/fake/first", "/fake/second", "/fake/new", "/fake/far", "/fake/short", "/fake/mute"}) {
-      hid.Unplug(path);
-    }
+    hid.Reset();
   }
   // A probe that reports another device's marker, or a channel past 7.
   hid.Probe("/fake/odd", 1, 184);

@@ -53,6 +53,8 @@ class FakeHid {
     plug_(path.c_str(), page, usage, identity.data(), identity.size());
   }
   void Unplug(const std::string& path) { unplug_(path.c_str()); }
+  // Every device gone, as at the start.
+  void Reset() { reset_(); }
   int Send(const std::string& path, const std::vector<uint8_t>& report) {
     return send_(path.c_str(), report.data(), report.size());
   }
