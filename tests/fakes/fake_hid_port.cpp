@@ -192,6 +192,8 @@ void* Open(const char* path) {
   Device* device = Plugged(path);
   int pair[2];
   if (device == nullptr || pipe2(pair, O_DIRECT | O_NONBLOCK | O_CLOEXEC) != 0) return nullptr;
+  // A packet takes a page of the pipe: room for hidraw's 64 reports.
+  fcntl(pair[1], F_SETPIPE_SZ, 64 * static_cast<int>(sysconf(_SC_PAGESIZE)));
   auto* handle = new Handle{device, pair[0], pair[1]};
   device->handles.push_back(handle);
   return handle;
