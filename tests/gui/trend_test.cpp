@@ -6,7 +6,7 @@
 #include <fstream>
 
 #include "gui_support.h"
-#include "platform/code_page.h"
+#include "support/one_channel_log.h"
 #include "trendview/plot_command.h"
 #include "trendview/trend_window.h"
 
@@ -17,14 +17,11 @@ namespace fs = std::filesystem;
 
 // A csv log of ours with one channel, 0 for the first second and 1 after.
 fs::path WriteStepLog(const TempFolder& folder) {
-  std::string text =
-      "タヴェリン Ver1.11,,,\r\n\r\nDate:  2026/11/24 10:00:00\r\nサンプリング ログ\r\n\r\n"
-      "ch0 ：炉\r\n\r\n時間[ms]  ,ch0 \r\n";
-  for (int ms = 0; ms < 2000; ms += 10) {
-    text += std::to_string(ms) + " , " + (ms < 1000 ? "0" : "1") + "\r\n";
-  }
+  std::vector<std::string> rows;
+  for (int ms = 0; ms < 2000; ms += 10)
+    rows.push_back(std::to_string(ms) + (ms < 1000 ? " , 0" : " , 1"));
   const fs::path path = folder.Path() / "SD26112410-001.csv";
-  std::ofstream(path, std::ios::binary) << ToCodePage(text);
+  WriteOneChannelLog(path, rows);
   return path;
 }
 

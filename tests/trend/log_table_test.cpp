@@ -10,7 +10,7 @@
 
 #include "cli/record_command.h"
 #include "logging/journal_format.h"
-#include "platform/code_page.h"
+#include "support/one_channel_log.h"
 #include "support/program_folder.h"
 #include "support/simulation.h"
 
@@ -69,21 +69,14 @@ TEST(LogTable, EveryLayoutInBothFormatsReadsBackAsTheDevicesSaidIt) {
   }
 }
 
-// A csv in our layout, CP932, with the given rows "time , value".
-void WriteCsv(const fs::path& path, const std::vector<std::string>& rows) {
-  std::string text =
-      "タヴェリン Ver1.11,,,\r\n\r\nDate:  2026/11/24 10:00:00\r\nサンプリング ログ\r\n\r\n"
-      "ch0 ：炉\r\n\r\n時間[ms]  ,ch0 \r\n";
-  for (const std::string& row : rows) text += row + "\r\n";
-  std::ofstream(path, std::ios::binary) << ToCodePage(text);
-}
+using test::WriteOneChannelLog;
 
 TEST(LogTable, TheNumberedFilesOfARunReadAsOneAndAnotherRunIsLeftOut) {
   test::TempFolder folder;
-  WriteCsv(folder.Path() / "SD26112410-001.csv", {"0 , 1", "10 , 2"});  // an earlier run
-  WriteCsv(folder.Path() / "SD26112410-002.csv", {"0 , 5", "10 , 6"});
-  WriteCsv(folder.Path() / "SD26112410-003.csv", {"20 , 7", "30 , 8"});
-  WriteCsv(folder.Path() / "SD26112410-004.csv", {"40 , 9"});
+  WriteOneChannelLog(folder.Path() / "SD26112410-001.csv", {"0 , 1", "10 , 2"});  // an earlier run
+  WriteOneChannelLog(folder.Path() / "SD26112410-002.csv", {"0 , 5", "10 , 6"});
+  WriteOneChannelLog(folder.Path() / "SD26112410-003.csv", {"20 , 7", "30 , 8"});
+  WriteOneChannelLog(folder.Path() / "SD26112410-004.csv", {"40 , 9"});
   std::vector<std::string> files;
   const LogTable run = ReadLogRun((folder.Path() / "SD26112410-003.csv").string(), &files);
   EXPECT_EQ(run.labels, std::vector<std::string>{"炉 ch0"});
@@ -116,7 +109,7 @@ TEST(LogTable, AJournalReadsAsItsRunsTraces) {
 TEST(LogTable, AFileCutShortShowsWhatItHoldsAndOneNotOursSaysSo) {
   test::TempFolder folder;
   const fs::path cut = folder.Path() / "cut.csv";
-  WriteCsv(cut, {"0 , 1", "10 , 2", "20 , 3"});
+  WriteOneChannelLog(cut, {"0 , 1", "10 , 2", "20 , 3"});
   fs::resize_file(cut, fs::file_size(cut) - 5);  // the last row half written
   const LogTable table = ReadLogFile(cut.string());
   EXPECT_EQ(table.times, (std::vector<double>{0, 10}));

@@ -5,9 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
-#include "platform/code_page.h"
+#include "support/one_channel_log.h"
 #include "support/simulation.h"
 
 namespace tavelin {
@@ -17,14 +15,12 @@ namespace fs = std::filesystem;
 
 // A csv log of one channel, rows [first, last) 10 ms apart from `startMs`.
 void WriteRun(const fs::path& path, int first, int last, double startMs, float (*value)(int row)) {
-  std::string text =
-      "タヴェリン Ver1.11,,,\r\n\r\nDate:  2026/11/24 09:59:00\r\nサンプリング ログ\r\n\r\n"
-      "ch0 ：炉\r\n\r\n時間[ms]  ,ch0 \r\n";
+  std::vector<std::string> rows;
   for (int row = first; row < last; ++row) {
-    text += std::to_string(startMs + 10.0 * (row - first)) + " , " + std::to_string(value(row)) +
-            "\r\n";
+    rows.push_back(std::to_string(startMs + 10.0 * (row - first)) + " , " +
+                   std::to_string(value(row)));
   }
-  std::ofstream(path, std::ios::binary) << ToCodePage(text);
+  test::WriteOneChannelLog(path, rows, "2026/11/24 09:59:00");
 }
 
 float WithPulses(int row) {
