@@ -21,7 +21,7 @@ void PutCell(std::string& packed, std::string_view text) {
 }
 
 // Reads the cell at `at` and moves past it.
-std::string_view NextCell(const std::string& packed, std::size_t& at) {
+std::string_view NextCell(std::string_view packed, std::size_t& at) {
   std::size_t length = static_cast<unsigned char>(packed[at++]);
   if (length == kLongText) {
     length = static_cast<unsigned char>(packed[at]) |
@@ -39,7 +39,6 @@ std::string_view NextCell(const std::string& packed, std::size_t& at) {
 // that never logs does not write 1.3 MB of empty rows at its start.
 CompactCellTable::CompactCellTable() {
   rows_.reserve(kRows);
-  cellCounts_.reserve(kRows);
 }
 
 void CompactCellTable::Check(int row, int column) {
@@ -49,10 +48,14 @@ void CompactCellTable::Check(int row, int column) {
   }
 }
 
+std::string_view CompactCellTable::Packed(int row) const {
+  if (row < 0 || static_cast<std::size_t>(row) >= rows_.size()) return {};
+  return rows_[static_cast<std::size_t>(row)].cells;
+}
+
 std::string CompactCellTable::Get(int16_t row, int16_t column) const {
   Check(row, column);
-  if (static_cast<std::size_t>(row) >= rows_.size()) return {};
-  const std::string& packed = rows_[static_cast<std::size_t>(row)];
+  const std::string_view packed = Packed(row);
   std::size_t at = 0;
   for (int c = 0; at < packed.size(); ++c) {
     const std::string_view text = NextCell(packed, at);
@@ -65,10 +68,8 @@ void CompactCellTable::Let(int16_t row, int16_t column, std::string_view text) {
   Check(row, column);
   if (static_cast<std::size_t>(row) >= rows_.size()) {
     rows_.resize(static_cast<std::size_t>(row) + 1);  // within the room reserved
-    cellCounts_.resize(rows_.size());
   }
-  std::string& packed = rows_[static_cast<std::size_t>(row)];
-  uint8_t& cells = cellCounts_[static_cast<std::size_t>(row)];
+  auto& [packed, cells] = rows_[static_cast<std::size_t>(row)];
   rowsInUse_ = std::max(rowsInUse_, row + 1);
   if (column >= cells) {
     // The usual case: a row filled from left to right.
@@ -90,23 +91,23 @@ void CompactCellTable::Let(int16_t row, int16_t column, std::string_view text) {
 void CompactCellTable::Clear() {
   const auto used = static_cast<std::ptrdiff_t>(rowsInUse_);
   // Each row keeps its room for the next run.
-  std::for_each(rows_.begin(), rows_.begin() + used, [](std::string& row) { row.clear(); });
-  std::fill(cellCounts_.begin(), cellCounts_.begin() + used, 0);
+  std::for_each(rows_.begin(), rows_.begin() + used, [](PackedRow& row) {
+    row.cells.clear();
+    row.count = 0;
+  });
   rowsInUse_ = 0;
 }
 
 void CompactCellTable::Row(int row, int columns, std::vector<std::string_view>& out) const {
   out.assign(static_cast<std::size_t>(columns), std::string_view());
-  if (row < 0 || static_cast<std::size_t>(row) >= rows_.size()) return;
-  const std::string& packed = rows_[static_cast<std::size_t>(row)];
+  const std::string_view packed = Packed(row);
   std::size_t at = 0;
   for (int c = 0; c < columns && at < packed.size(); ++c)
     out[static_cast<std::size_t>(c)] = NextCell(packed, at);
 }
 
 bool CompactCellTable::RowHasText(int row, int first, int last) const {
-  if (row < 0 || static_cast<std::size_t>(row) >= rows_.size()) return false;
-  const std::string& packed = rows_[static_cast<std::size_t>(row)];
+  const std::string_view packed = Packed(row);
   std::size_t at = 0;
   for (int c = 0; c <= last && at < packed.size(); ++c) {
     if (!NextCell(packed, at).empty() && c >= first) return true;

@@ -31,10 +31,16 @@ class CompactCellTable final : public CellGrid {
   int RowsInUse() const override { return rowsInUse_; }
 
  private:
+  struct PackedRow {
+    std::string cells;
+    uint8_t count = 0;  // cells packed, for appending
+  };
   static void Check(int row, int column);
-  std::vector<std::string> rows_;
-  std::vector<uint8_t> cellCounts_;  // cells packed in each row, for appending
-  int rowsInUse_ = 0;                // rows from the first that were written
+  // The packed cells of `row`, empty for a row not yet made.
+  std::string_view Packed(int row) const;
+
+  std::vector<PackedRow> rows_;
+  int rowsInUse_ = 0;  // rows from the first that were written
 };
 
 }  // namespace tavelin
