@@ -61,16 +61,5 @@ TEST(FirmataParser, SkipsWhatIsNotAMessage) {
   EXPECT_EQ(messages[0].value, 1);
 }
 
-TEST(FirmataMessages, AreTheBytesABoardExpects) {
-  std::vector<uint8_t> out;
-  AppendSetPinMode(out, 14, kModeAnalog);
-  AppendReportDigital(out, 1, true);
-  AppendReportAnalog(out, 5, true);
-  AppendSamplingInterval(out, 300);
-  AppendAnalogMappingQuery(out);
-  EXPECT_EQ(out, (std::vector<uint8_t>{0xF4, 14, 2, 0xD1, 1, 0xC5, 1, 0xF0, 0x7A, 300 & 0x7F,
-                                       300 >> 7, 0xF7, 0xF0, 0x69, 0xF7}));
-}
-
 }  // namespace
 }  // namespace kvr::firmata
