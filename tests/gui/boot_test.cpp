@@ -1,10 +1,9 @@
 // The start-up: library checks, consent, the first view, and the settings
 // written at the end.
-#include <QtTest>
-
 #include "app/instance_lock.h"
 #include "app/raise_requests.h"
 #include "dialogs/FormCommonSetting.h"
+#include "gui_suites.h"
 #include "gui_support.h"
 #include "logging/journal_recovery.h"
 #include "logging/log_test_support.h"
@@ -210,12 +209,9 @@ class BootTest : public QObject {
   }
 };
 
+[[maybe_unused]] const bool kRegistered = RegisterSuite<BootTest>("boot");
+
 }  // namespace
 }  // namespace tavelin::test
-
-int RunBootTest(int argc, char** argv) {
-  tavelin::test::BootTest test;
-  return QTest::qExec(&test, argc, argv);
-}
 
 #include "boot_test.moc"

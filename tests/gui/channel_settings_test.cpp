@@ -1,9 +1,8 @@
 // The digital and analog channel dialogs, driven by their widgets.
-#include <QtTest>
-
 #include "dialogs/FormHelp.h"
 #include "dialogs/FormOption1.h"
 #include "dialogs/FormOptionAN.h"
+#include "gui_suites.h"
 #include "gui_support.h"
 #include "views/channel_views.h"
 #include "views/design_units.h"
@@ -233,12 +232,9 @@ class ChannelSettingsTest : public QObject {
   }
 };
 
+[[maybe_unused]] const bool kRegistered = RegisterSuite<ChannelSettingsTest>("channels");
+
 }  // namespace
 }  // namespace tavelin::test
-
-int RunChannelSettingsTest(int argc, char** argv) {
-  tavelin::test::ChannelSettingsTest test;
-  return QTest::qExec(&test, argc, argv);
-}
 
 #include "channel_settings_test.moc"

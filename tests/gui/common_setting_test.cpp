@@ -1,10 +1,10 @@
 // The common settings dialog, driven by its widgets.
 #include <QMimeData>
 #include <QUrl>
-#include <QtTest>
 
 #include "dialogs/FormCommonSetting.h"
 #include "dialogs/FormHelp.h"
+#include "gui_suites.h"
 #include "gui_support.h"
 #include "views/design_units.h"
 
@@ -207,12 +207,9 @@ class CommonSettingTest : public QObject {
   }
 };
 
+[[maybe_unused]] const bool kRegistered = RegisterSuite<CommonSettingTest>("common");
+
 }  // namespace
 }  // namespace tavelin::test
-
-int RunCommonSettingTest(int argc, char** argv) {
-  tavelin::test::CommonSettingTest test;
-  return QTest::qExec(&test, argc, argv);
-}
 
 #include "common_setting_test.moc"

@@ -1,7 +1,6 @@
 // The device settings writer, driven by its buttons.
-#include <QtTest>
-
 #include "dialogs/FormFrashWrite.h"
+#include "gui_suites.h"
 #include "gui_support.h"
 
 namespace tavelin::test {
@@ -89,12 +88,9 @@ class DeviceWriterTest : public QObject {
   }
 };
 
+[[maybe_unused]] const bool kRegistered = RegisterSuite<DeviceWriterTest>("writer");
+
 }  // namespace
 }  // namespace tavelin::test
-
-int RunDeviceWriterTest(int argc, char** argv) {
-  tavelin::test::DeviceWriterTest test;
-  return QTest::qExec(&test, argc, argv);
-}
 
 #include "device_writer_test.moc"

@@ -1,8 +1,7 @@
 // The about box and the help window.
-#include <QtTest>
-
 #include "dialogs/FormHelp.h"
 #include "dialogs/FormVersion.h"
+#include "gui_suites.h"
 #include "gui_support.h"
 #include "views/message_boxes.h"
 
@@ -116,12 +115,9 @@ class DialogsTest : public QObject {
   }
 };
 
+[[maybe_unused]] const bool kRegistered = RegisterSuite<DialogsTest>("dialogs");
+
 }  // namespace
 }  // namespace tavelin::test
-
-int RunDialogsTest(int argc, char** argv) {
-  tavelin::test::DialogsTest test;
-  return QTest::qExec(&test, argc, argv);
-}
 
 #include "dialogs_test.moc"

@@ -1,9 +1,9 @@
 // 配信設定 from the ツール menu, and a run of the window reaching a
 // mosquitto the test starts.
-#include <QtTest>
 #include <nlohmann/json.hpp>
 
 #include "dialogs/publish_dialog.h"
+#include "gui_suites.h"
 #include "gui_support.h"
 #include "support/mosquitto_broker.h"
 #include "support/scoped_environment.h"
@@ -74,12 +74,9 @@ class PublishTest : public QObject {
   }
 };
 
+[[maybe_unused]] const bool kRegistered = RegisterSuite<PublishTest>("publish");
+
 }  // namespace
 }  // namespace tavelin::test
-
-int RunPublishTest(int argc, char** argv) {
-  tavelin::test::PublishTest test;
-  return QTest::qExec(&test, argc, argv);
-}
 
 #include "publish_test.moc"

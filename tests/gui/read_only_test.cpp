@@ -1,10 +1,10 @@
 // The program installed where its user may not write: run by
 // tests/support/in_read_only_folder.sh, which makes the folder read-only.
-#include <QtTest>
 #include <cstdlib>
 #include <filesystem>
 
 #include "app/instance_lock.h"
+#include "gui_suites.h"
 #include "gui_support.h"
 #include "platform/program_folder.h"
 
@@ -54,12 +54,9 @@ class ReadOnlyTest : public QObject {
   }
 };
 
+[[maybe_unused]] const bool kRegistered = RegisterSuite<ReadOnlyTest>("readonly");
+
 }  // namespace
 }  // namespace tavelin::test
-
-int RunReadOnlyTest(int argc, char** argv) {
-  tavelin::test::ReadOnlyTest test;
-  return QTest::qExec(&test, argc, argv);
-}
 
 #include "read_only_test.moc"

@@ -1,11 +1,11 @@
 // Stop requests from outside (a shutdown, a closed terminal, Ctrl+C) end a
 // run as Disconnect does and close the program as a user's close would.
 #include <QDeadlineTimer>
-#include <QtTest>
 #include <csignal>
 #include <fstream>
 
 #include "app/stop_requests.h"
+#include "gui_suites.h"
 #include "gui_support.h"
 
 namespace tavelin::test {
@@ -96,12 +96,9 @@ class StopRequestTest : public QObject {
   }
 };
 
+[[maybe_unused]] const bool kRegistered = RegisterSuite<StopRequestTest>("stop");
+
 }  // namespace
 }  // namespace tavelin::test
-
-int RunStopRequestTest(int argc, char** argv) {
-  tavelin::test::StopRequestTest test;
-  return QTest::qExec(&test, argc, argv);
-}
 
 #include "stop_request_test.moc"

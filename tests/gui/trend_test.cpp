@@ -1,10 +1,10 @@
 // The trend window: live on a run, on a log file (zoom, pan, whole run,
 // cursor), and tavelin --plot's picture.
 #include <QImage>
-#include <QtTest>
 #include <filesystem>
 #include <fstream>
 
+#include "gui_suites.h"
 #include "gui_support.h"
 #include "support/one_channel_log.h"
 #include "trendview/plot_command.h"
@@ -165,12 +165,9 @@ class TrendTest : public QObject {
   }
 };
 
+[[maybe_unused]] const bool kRegistered = RegisterSuite<TrendTest>("trend");
+
 }  // namespace
 }  // namespace tavelin::test
-
-int RunTrendTest(int argc, char** argv) {
-  tavelin::test::TrendTest test;
-  return QTest::qExec(&test, argc, argv);
-}
 
 #include "trend_test.moc"

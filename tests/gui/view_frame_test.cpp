@@ -1,7 +1,6 @@
 // The frame's states: No device, Ready, Running, Refused, and the ways
 // between them.
-#include <QtTest>
-
+#include "gui_suites.h"
 #include "gui_support.h"
 #include "logging/log_test_support.h"
 #include "spreadsheet/ExcelApplication.h"
@@ -217,12 +216,9 @@ class ViewFrameTest : public QObject {
   }
 };
 
+[[maybe_unused]] const bool kRegistered = RegisterSuite<ViewFrameTest>("frame");
+
 }  // namespace
 }  // namespace tavelin::test
-
-int RunViewFrameTest(int argc, char** argv) {
-  tavelin::test::ViewFrameTest test;
-  return QTest::qExec(&test, argc, argv);
-}
 
 #include "view_frame_test.moc"

@@ -1,8 +1,7 @@
 // What the four views show: LEDs in their three colours, values and the
 // analysis labels.
-#include <QtTest>
-
 #include "dialogs/help_texts.h"
+#include "gui_suites.h"
 #include "gui_support.h"
 #include "views/channel_views.h"
 #include "views/design_units.h"
@@ -120,12 +119,9 @@ class ViewsTest : public QObject {
   }
 };
 
+[[maybe_unused]] const bool kRegistered = RegisterSuite<ViewsTest>("views");
+
 }  // namespace
 }  // namespace tavelin::test
-
-int RunViewsTest(int argc, char** argv) {
-  tavelin::test::ViewsTest test;
-  return QTest::qExec(&test, argc, argv);
-}
 
 #include "views_test.moc"
