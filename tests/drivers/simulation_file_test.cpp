@@ -77,17 +77,10 @@ TEST(SimulationFile, ReadsEachFamilyAndItsOptions) {
   EXPECT_TRUE(probes.devices[0].prepared);
 }
 
-TEST(SimulationFile, AMissingFileIsSaidOnceAndFindsNothing) {
-  std::ostringstream usbio, probe;
-  EXPECT_TRUE(ReadSimulationFile("/nonexistent/x.sim", DeviceFamily::UsbIo, usbio).devices.empty());
-  EXPECT_TRUE(ReadSimulationFile("/nonexistent/x.sim", DeviceFamily::Probe, probe).devices.empty());
-  EXPECT_NE(usbio.str().find("/nonexistent/x.sim"), std::string::npos);
-  EXPECT_EQ(probe.str(), "");
-}
-
-// Only plain files of a sane size are read, and each refusal says why: a
-// FIFO or a device would hang the start or fill the memory.
-TEST(SimulationFile, TakesOnlyPlainFilesOfASaneSize) {
+// Only plain files of a sane size are read, and each refusal says why, once
+// (the digital library says it): a FIFO or a device would hang the start or
+// fill the memory.
+TEST(SimulationFile, TakesOnlyPlainFilesOfASaneSizeAndSaysWhyOnce) {
   tavelin::test::TempFolder folder;
   const auto fifo = folder.Path() / "fifo.sim";
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
@@ -100,12 +93,15 @@ TEST(SimulationFile, TakesOnlyPlainFilesOfASaneSize) {
   const Case cases[] = {{fifo.string(), "is not a plain file"},
                         {"/dev/urandom", "is not a plain file"},
                         {folder.Path().string(), "is a folder"},
-                        {large.string(), "is larger than 1 MB"}};
+                        {large.string(), "is larger than 1 MB"},
+                        {"/nonexistent/x.sim", "cannot be read (No such file"}};
   for (const Case& c : cases) {
-    std::ostringstream errors;
+    std::ostringstream errors, probeErrors;
     EXPECT_TRUE(ReadSimulationFile(c.path, DeviceFamily::UsbIo, errors).devices.empty()) << c.path;
+    EXPECT_TRUE(ReadSimulationFile(c.path, DeviceFamily::Probe, probeErrors).devices.empty());
     EXPECT_NE(errors.str().find(c.path + ": the simulation file " + c.why), std::string::npos)
         << errors.str();
+    EXPECT_EQ(probeErrors.str(), "") << c.path;
   }
   const auto sim = folder.Write("bench.sim", "usbio 0 prepared script /dev/zero\n");
   std::ostringstream errors;

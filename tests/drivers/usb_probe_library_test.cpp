@@ -36,17 +36,5 @@ TEST(UsbProbeLibrary, ReadsAndConvertsThePinsOfFoundProbes) {
   }
 }
 
-TEST(UsbProbeLibrary, FaultyProbeLinesAreReportedByThisLibrary) {
-  Simulation simulation(
-      "probe 0 constant 1 2 3 4 5 6 7\nprobe 2 script nothing.seq\nprobe 4 ramp\n");
-  KVR_USB_Probe probe(BuiltLibraries().usbProbe.api);
-  testing::internal::CaptureStderr();
-  probe.openDevice();
-  const std::string errors = testing::internal::GetCapturedStderr();
-  EXPECT_EQ(probe.FindDevice, 1);
-  EXPECT_NE(errors.find(simulation.FilePath() + ":1: "), std::string::npos);
-  EXPECT_NE(errors.find(simulation.FilePath() + ":2: "), std::string::npos);
-}
-
 }  // namespace
 }  // namespace tavelin

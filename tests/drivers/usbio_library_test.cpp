@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 
+#include "devices/KVR_USB_Probe.h"
 #include "devices/USB_IO_IF.h"
 #include "support/simulation.h"
 
@@ -158,24 +159,28 @@ TEST(UsbIoLibrary, ScalesAndRoundsTheNumber) {
 
 // The simulated bench is what its file says at each search: a plain module
 // is found by the writer's search alone until a write prepares it (for the
-// life of the process, and only that module), modules come and go, and a
-// script steps once per read, in any base, comments left out.
+// life of the process, and only that module), modules come and go (one
+// pulled out keeps its last input), and a script steps once per read, in
+// any base, comments left out.
 TEST(UsbIoLibrary, TheSimulatedBenchFollowsItsFile) {
-  Simulation simulation("usbio 1 prepared script steps.seq\nusbio 13 plain constant 2\n");
+  Simulation simulation(
+      "usbio 1 prepared script steps.seq\nusbio 2 prepared script steps.seq vanish-after 2\n"
+      "usbio 13 plain constant 2\n");
   simulation.Script("steps.seq", {"# three steps", "1", "0x80", "0b00000110"});
   USB_IO_IF shared(BuiltLibraries().usbIo.api);
   shared.openDevice();
-  EXPECT_EQ(shared.FindDevice, 1);
+  EXPECT_EQ(shared.FindDevice, 2);
   EXPECT_EQ(shared.HidCh(13), -1);
   for (int value : {1, 0x80, 0b110, 1}) {
     shared.ReciveData();
     EXPECT_EQ(shared.USBIO_J1_Data(1), value);
     for (int16_t k = 0; k < 8; ++k) EXPECT_EQ(shared.USBIO_J1_Data_Bit(8 + k), (value >> k) & 1);
   }
+  EXPECT_EQ(shared.USBIO_J1_Data(2), 0x80);
 
   USB_IO_IF writer(BuiltLibraries().usbIo.api);
   writer.searchDevice();
-  EXPECT_EQ(writer.FindDevice, 2);
+  EXPECT_EQ(writer.FindDevice, 2);  // modules 1 and 13: the one pulled out is not found again
   EXPECT_EQ(writer.setting_writeDevice(), 2);
 
   simulation.Rewrite(
@@ -198,19 +203,9 @@ TEST(UsbIoLibrary, TheSimulatedBenchFollowsItsFile) {
   EXPECT_EQ(shared.HidCh(1), -1);
 }
 
-TEST(UsbIoLibrary, AModulePulledOutKeepsItsLastInputAndIsNotFoundAgain) {
-  Simulation simulation("usbio 2 prepared script steps.seq vanish-after 2\n");
-  simulation.Script("steps.seq", {"1", "2", "3"});
-  USB_IO_IF io(BuiltLibraries().usbIo.api);
-  io.openDevice();
-  for (int pass = 0; pass < 4; ++pass) io.ReciveData();
-  EXPECT_EQ(io.USBIO_J1_Data(2), 2);
-  io.Param_ALL_Clear();
-  io.openDevice();
-  EXPECT_EQ(io.FindDevice, 0);
-}
-
-TEST(UsbIoLibrary, AFaultyLineIsReportedAndLeftOut) {
+// Each library says the faulty lines of its own family, the digital one
+// also the lines of neither, and finds the devices of the good lines.
+TEST(SimulatedLibraries, EachSaysTheFaultyLinesOfItsOwnFamily) {
   Simulation simulation(
       "usbio 0 prepared counter 50\n"
       "usbio 16 prepared counter\n"
@@ -220,20 +215,29 @@ TEST(UsbIoLibrary, AFaultyLineIsReportedAndLeftOut) {
       "frobnicate\n"
       "usbio 3 prepared walk 20 extra\n"
       "usbio 0 plain walk\n"
-      "usbio 5 prepared square 100 200\n");
+      "usbio 5 prepared square 100 200\n"
+      "probe 0 constant 1 2 3 4 5 6 7\n"
+      "probe 2 script nothing.seq\n"
+      "probe 4 ramp\n");
   USB_IO_IF io(BuiltLibraries().usbIo.api);
+  KVR_USB_Probe probe(BuiltLibraries().usbProbe.api);
   testing::internal::CaptureStderr();
   io.searchDevice();
-  const std::string errors = testing::internal::GetCapturedStderr();
+  const std::string digital = testing::internal::GetCapturedStderr();
+  testing::internal::CaptureStderr();
+  probe.openDevice();
+  const std::string analog = testing::internal::GetCapturedStderr();
   EXPECT_EQ(io.FindDevice, 2);
   EXPECT_GE(io.HidCh(0), 0);
   EXPECT_GE(io.HidCh(5), 0);
-  const std::string file = simulation.FilePath();
-  for (int line : {2, 3, 4, 6, 7, 8}) {
-    EXPECT_NE(errors.find(file + ":" + std::to_string(line) + ": "), std::string::npos) << line;
+  EXPECT_EQ(probe.FindDevice, 1);
+  for (int line = 1; line <= 12; ++line) {
+    const std::string said = simulation.FilePath() + ":" + std::to_string(line) + ": ";
+    const bool probeLine = line == 5 || line >= 10;
+    const bool faulty = line != 1 && line != 9 && line != 12;
+    EXPECT_EQ(digital.find(said) != std::string::npos, faulty && !probeLine) << line << digital;
+    EXPECT_EQ(analog.find(said) != std::string::npos, faulty && probeLine) << line << analog;
   }
-  // The probe line is the probe library's to report.
-  EXPECT_EQ(errors.find(file + ":5:"), std::string::npos);
 }
 
 }  // namespace
