@@ -1,10 +1,11 @@
 """The processor time of a run on sixteen USB HID modules that each send a
 report every millisecond: tavelin-cli monitor on the tests' fake devices,
-for a minute (goal: under 2.5% of a core). The thread that feeds the fakes
-stands in for the USB hardware and is not counted; each open handle's
-reports wait in a pipe, one report a read, as in hidraw's queue.
+for a minute (goal: under 2.5% of a core). The feeder (hid_feed.cpp,
+preloaded) stands in for the USB hardware: its thread is not counted. Each
+open handle's reports wait in a pipe, one report a read, as in hidraw's
+queue.
 
-    hid_cpu.py CLI FAKE_HID_LIBRARY [SECONDS]
+    hid_cpu.py CLI FAKE_HID_LIBRARY FEED_LIBRARY [SECONDS]
 """
 import os
 import subprocess
@@ -34,15 +35,11 @@ def thread_times(pid):
 
 
 def main():
-    cli, fakes = sys.argv[1], sys.argv[2]
-    seconds = float(sys.argv[3]) if len(sys.argv) > 3 else 60.0
+    cli, fakes, feed = sys.argv[1], sys.argv[2], sys.argv[3]
+    seconds = float(sys.argv[4]) if len(sys.argv) > 4 else 60.0
     with tempfile.TemporaryDirectory() as work:
-        devices = os.path.join(work, "devices")
-        with open(devices, "w") as out:
-            for channel in range(16):
-                out.write("module /fake/hidraw%d channel %d marker 184\n" % (channel, channel))
-            out.write("stream 1\n")
-        environment = dict(os.environ, KVR_HID_PORT=fakes, KVR_FAKE_HID=devices,
+        environment = dict(os.environ, KVR_HID_PORT=os.path.abspath(fakes),
+                           LD_PRELOAD=os.path.abspath(feed), KVR_HID_FEED="16 1",
                            XDG_STATE_HOME=os.path.join(work, "state"))
         environment.pop("KVR_SIMULATION", None)
         run = subprocess.Popen([cli, "monitor", "--mode", "3", "--seconds", str(seconds + 3)],

@@ -2,29 +2,15 @@
 // USB: each open handle is a pipe in packet mode whose packets are the
 // device's input reports, so the library's poll and reads run as on hidraw:
 // one report a read, and an end of file once the device is unplugged. Devices
-// come from the control functions (fake_hid_control.h) or, for a program
-// started by a test, from the file named by KVR_FAKE_HID, read at each
-// enumeration, one device a line:
-//   module PATH channel N [marker M] [version V]
-//   probe PATH channel N [marker M] [version V]
-//   other PATH                 (a HID interface of another usage)
-//   stream MS                  (every open handle gets a report each MS)
+// come and go by the control functions (fake_hid_control.h).
 #include <fcntl.h>
-#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <map>
 #include <memory>
 #include <mutex>
-#include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "common/hid_port.h"
@@ -52,16 +38,6 @@ struct Device {
 
 std::mutex g_mutex;
 std::vector<std::unique_ptr<Device>> g_devices;  // unplugged ones stay for their handles
-std::string g_fileText;                          // the KVR_FAKE_HID text last read
-std::atomic<int> g_streamMs{0};
-// Stopped before the devices go at the end of a program that still streams.
-struct Feeder {
-  std::thread thread;
-  ~Feeder() {
-    g_streamMs = 0;
-    if (thread.joinable()) thread.join();
-  }
-} g_feeder;
 
 Device* Plugged(const std::string& path) {
   for (auto& d : g_devices) {
@@ -95,87 +71,12 @@ bool Put(int theirs, const unsigned char* report, std::size_t bytes) {
   return ::write(theirs, report, bytes) > 0;
 }
 
-void Feed() {
-  pthread_setname_np(pthread_self(), "fake-hid-feed");
-  unsigned count = 0;
-  while (g_streamMs > 0) {
-    {
-      const std::lock_guard lock(g_mutex);
-      ++count;
-      for (auto& d : g_devices) {
-        unsigned char report[kvr::hid::kProbeInputBytes] = {kvr::hid::kInputReport};
-        std::size_t bytes = kvr::hid::kModuleInputBytes;
-        report[1] = static_cast<unsigned char>(count);
-        if (d->usage == kvr::hid::kProbeUsage) {
-          bytes = kvr::hid::kProbeInputBytes;
-          for (std::size_t k = 0; k < 6; ++k)
-            report[1 + 2 * k] = static_cast<unsigned char>(count + k);
-        }
-        for (Handle* h : d->handles) {
-          if (h->theirs >= 0) Put(h->theirs, report, bytes);
-        }
-      }
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(g_streamMs.load()));
-  }
-}
-
-void Stream(int everyMs) {
-  g_streamMs = everyMs;
-  if (everyMs > 0 && !g_feeder.thread.joinable()) g_feeder.thread = std::thread(Feed);
-  if (everyMs <= 0 && g_feeder.thread.joinable()) g_feeder.thread.join();
-}
-
-// Devices of the file named by KVR_FAKE_HID, when its text has changed.
-void ReadDeviceFile() {
-  const char* name = std::getenv("KVR_FAKE_HID");
-  if (name == nullptr) return;
-  std::ifstream file(name);
-  std::stringstream all;
-  all << file.rdbuf();
-  if (all.str() == g_fileText) return;
-  g_fileText = all.str();
-  for (auto& d : g_devices) {
-    if (d->plugged) Unplug(*d);
-  }
-  std::istringstream lines(g_fileText);
-  std::string line;
-  int stream = 0;
-  while (std::getline(lines, line)) {
-    std::istringstream words(line);
-    std::string kind, path, word;
-    words >> kind >> path;
-    if (kind == "stream") {
-      stream = std::atoi(path.c_str());
-      continue;
-    }
-    int channel = 0, marker = kind == "probe" ? kvr::hid::kProbeMarker : 0, version = 1;
-    while (words >> word) {
-      int value = 0;
-      words >> value;
-      if (word == "channel") channel = value;
-      if (word == "marker") marker = value;
-      if (word == "version") version = value;
-    }
-    if (kind == "other") {
-      Plug(path, 0x0001, 0x0006, {});
-    } else if (kind == "module" || kind == "probe") {
-      Plug(path, kvr::hid::kUsagePage,
-           kind == "module" ? kvr::hid::kModuleUsage : kvr::hid::kProbeUsage,
-           {kvr::hid::kIdentityReport, static_cast<unsigned char>(version),
-            static_cast<unsigned char>(channel), static_cast<unsigned char>(marker)});
-    }
-  }
-  if (stream > 0) Stream(stream);
-}
-
 // ---- the port ----
 
 int Enumerate(KvrHidEach each, void* context) {
   std::vector<std::pair<std::string, std::pair<unsigned short, unsigned short>>> found;
   {
     const std::lock_guard lock(g_mutex);
-    ReadDeviceFile();
     for (auto& d : g_devices) {
       if (d->plugged) found.push_back({d->path, {d->page, d->usage}});
     }
@@ -251,10 +152,8 @@ extern "C" __attribute__((visibility("default"))) const KvrHidPort* kvr_hid_port
 extern "C" {
 
 __attribute__((visibility("default"))) void fake_hid_reset() {
-  Stream(0);
   const std::lock_guard lock(g_mutex);
   for (auto& d : g_devices) Unplug(*d);
-  g_fileText.clear();
 }
 
 __attribute__((visibility("default"))) void fake_hid_plug(const char* path, unsigned short page,
