@@ -98,14 +98,6 @@ void ModbusServer::Stop() {
   context_ = nullptr;
 }
 
-void ModbusServer::Serve() {
-  if (kind_ == Kind::Tcp) {
-    ServeTcp();
-  } else {
-    ServeRtu();
-  }
-}
-
 void ModbusServer::Answer(const uint8_t* query, int length) {
   ++requests_;
   if (delayMs_ > 0) std::this_thread::sleep_for(std::chrono::milliseconds(delayMs_.load()));
@@ -123,56 +115,46 @@ void ModbusServer::Answer(const uint8_t* query, int length) {
   }
 }
 
-void ModbusServer::ServeTcp() {
-  const int listening = modbus_get_socket(context_);
-  std::vector<int> clients;
+// Answers each query on the serial line, or on each connection the
+// listening socket takes, until stopped.
+void ModbusServer::Serve() {
+  const bool tcp = kind_ == Kind::Tcp;
+  const int listening = tcp ? modbus_get_socket(context_) : -1;
+  std::vector<int> lines = tcp ? std::vector<int>{} : std::vector<int>{master_};
   uint8_t query[MODBUS_TCP_MAX_ADU_LENGTH];
   while (!stop_) {
     fd_set ready;
     FD_ZERO(&ready);
-    FD_SET(listening, &ready);
     int highest = listening;
-    for (const int client : clients) {
-      FD_SET(client, &ready);
-      highest = std::max(highest, client);
+    if (tcp) FD_SET(listening, &ready);
+    for (const int line : lines) {
+      FD_SET(line, &ready);
+      highest = std::max(highest, line);
     }
     timeval wait{0, 10000};
     if (select(highest + 1, &ready, nullptr, nullptr, &wait) <= 0) continue;
-    if (FD_ISSET(listening, &ready)) {
+    if (tcp && FD_ISSET(listening, &ready)) {
       const int client = accept(listening, nullptr, nullptr);
-      if (client >= 0) clients.push_back(client);
+      if (client >= 0) lines.push_back(client);
     }
-    for (auto it = clients.begin(); it != clients.end();) {
-      if (!FD_ISSET(*it, &ready)) {
-        ++it;
-        continue;
+    for (auto it = lines.begin(); it != lines.end();) {
+      int length = 0;
+      if (FD_ISSET(*it, &ready)) {
+        modbus_set_socket(context_, *it);
+        length = modbus_receive(context_, query);
       }
-      modbus_set_socket(context_, *it);
-      const int length = modbus_receive(context_, query);
       if (length > 0) Answer(query, length);
-      if (length < 0) {
+      if (length < 0 && tcp) {  // the client has gone
         ::close(*it);
-        it = clients.erase(it);
+        it = lines.erase(it);
       } else {
         ++it;
       }
     }
   }
-  for (const int client : clients) ::close(client);
+  if (!tcp) return;
+  for (const int client : lines) ::close(client);
   modbus_set_socket(context_, listening);
-}
-
-void ModbusServer::ServeRtu() {
-  uint8_t query[MODBUS_RTU_MAX_ADU_LENGTH];
-  while (!stop_) {
-    fd_set ready;
-    FD_ZERO(&ready);
-    FD_SET(master_, &ready);
-    timeval wait{0, 10000};
-    if (select(master_ + 1, &ready, nullptr, nullptr, &wait) <= 0) continue;
-    const int length = modbus_receive(context_, query);
-    if (length > 0) Answer(query, length);
-  }
 }
 
 }  // namespace tavelin::test

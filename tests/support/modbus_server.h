@@ -40,8 +40,6 @@ class ModbusServer {
 
  private:
   void Serve();
-  void ServeTcp();
-  void ServeRtu();
   void Answer(const uint8_t* query, int length);
 
   Kind kind_;
