@@ -154,18 +154,3 @@ TEST_F(DeviceLayers, TheProbeCountIsThirtyTwoBitsAndAReSearchStartsFromTheDefaul
 
 }  // namespace
 }  // namespace tavelin
-
-namespace tavelin {
-namespace {
-
-TEST(DeviceLayersUnbound, ACallBeforeTheLibraryIsBoundFailsLoudly) {
-  USB_IO_IF io;
-  EXPECT_THROW(io.openDevice(), std::logic_error);
-  KVR_USB_Probe probe;
-  EXPECT_THROW(probe.ReciveData(), std::logic_error);
-  probe.Bind(FakeProbe());
-  EXPECT_NO_THROW(probe.openDevice());
-}
-
-}  // namespace
-}  // namespace tavelin

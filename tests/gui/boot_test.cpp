@@ -22,8 +22,6 @@ class BootTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void init() { unsetenv("KVR_SIMULATION"); }
-
   // Which library and which message is the check's own test; here, how the
   // window program shows it and that it ends before anything else.
   void anOldLibraryEndsWithItsMessageBeforeConsent() {

@@ -32,8 +32,6 @@ class ChannelSettingsTest : public QObject {
   }
 
  private slots:
-  void init() { unsetenv("KVR_SIMULATION"); }
-
   void theDigitalDialogShowsEveryChannelAndBitAtOnce() {
     auto o = Open(1, "usbio 2 prepared constant 1\n", [](ELM327_Info& device) {
       device.usbio_StartBit(4) = 0;

@@ -45,8 +45,6 @@ class CommonSettingTest : public QObject {
   }
 
  private slots:
-  void init() { unsetenv("KVR_SIMULATION"); }
-
   void theMenuOpensItFilledFromTheStoreWithTheViewDisabled() {
     auto o = Open(3, [](ELM327_Info& device) {
       device.t_LogSave_Enable = 1;

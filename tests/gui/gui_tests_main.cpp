@@ -1,6 +1,7 @@
 // The window tests, one suite a run: tavelin_gui_tests SUITE [QtTest options].
 #include <QApplication>
 #include <cstdio>
+#include <cstdlib>
 
 #include "gui_suites.h"
 #include "views/application_look.h"
@@ -9,6 +10,7 @@ int main(int argc, char** argv) {
   QApplication app(argc, argv);
   app.setQuitOnLastWindowClosed(false);
   tavelin::UseProgramLook(app);
+  unsetenv("KVR_SIMULATION");  // a test's simulated bench lives as long as the test
   const auto& suites = tavelin::test::GuiSuites();
   if (argc < 2) {
     int failures = 0;

@@ -29,8 +29,6 @@ class StopRequestTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void init() { unsetenv("KVR_SIMULATION"); }
-
   void aRequestEndsTheRunWritesItsLogAndSavesTheSettings() {
     struct Case {
       const char* name;

@@ -40,8 +40,6 @@ class TrendTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void init() { unsetenv("KVR_SIMULATION"); }
-
   void followsARunLiveAtMostOneSampleAMillisecond() {
     const auto s = Start(3, "usbio 0 prepared constant 7\n", [](ELM327_Info& device) {
       device.usbio_comment(0) = "炉温";

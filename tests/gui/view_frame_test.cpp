@@ -28,8 +28,6 @@ class ViewFrameTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void init() { unsetenv("KVR_SIMULATION"); }
-
   void withoutDevicesNothingCanConnect() {
     const auto s = Start(1);
     ViewFrame& view = *s->view;

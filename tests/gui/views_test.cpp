@@ -15,8 +15,6 @@ class ViewsTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void init() { unsetenv("KVR_SIMULATION"); }
-
   void ledsShowAbsentOffAndOnBits() {
     for (int mode : {1, 2, 3}) {
       const auto s = Start(mode, "usbio 0 prepared constant 0b101\n",

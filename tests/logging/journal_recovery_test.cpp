@@ -5,12 +5,13 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
+#include <set>
 
 #include "logging/journal_format.h"
 #include "logging/log_test_support.h"
 #include "logging/run_journal.h"
 #include "platform/file_system.h"
+#include "trend/log_table.h"
 
 namespace tavelin {
 namespace {
@@ -43,27 +44,22 @@ class LeftJournal {
   std::string bytes_;
 };
 
-// The times of the data rows of the csv logs in `folder`, file by file.
-std::vector<int> CsvRows(const fs::path& folder) {
-  std::vector<fs::path> files;
+// The times of the rows of the csv logs in `folder`, file by file.
+std::vector<double> CsvRows(const fs::path& folder) {
+  std::set<fs::path> files;
   for (const auto& entry : fs::directory_iterator(folder)) {
-    if (entry.path().extension() == ".csv") files.push_back(entry.path());
+    if (entry.path().extension() == ".csv") files.insert(entry.path());
   }
-  std::sort(files.begin(), files.end());
-  std::vector<int> times;
+  std::vector<double> times;
   for (const fs::path& file : files) {
-    std::istringstream lines(test::ReadLog(file));
-    bool data = false;
-    for (std::string line; std::getline(lines, line);) {
-      if (data && line.size() > 1) times.push_back(std::stoi(line));
-      data = data || line.rfind("時間[ms]", 0) == 0;
-    }
+    const LogTable table = ReadLogFile(file.string());
+    times.insert(times.end(), table.times.begin(), table.times.end());
   }
   return times;
 }
 
-std::vector<int> Range(int from, int to) {
-  std::vector<int> numbers;
+std::vector<double> Range(int from, int to) {
+  std::vector<double> numbers;
   for (int n = from; n < to; ++n) numbers.push_back(n);
   return numbers;
 }

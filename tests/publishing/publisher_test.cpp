@@ -1,6 +1,7 @@
 // The publisher against Debian's mosquitto, started by each test on
 // 127.0.0.1: outages, a run that ends while the broker is away, a refused
-// login, and what tavelin-cli record publishes read against its log.
+// login, and what tavelin-cli record publishes read against its log (as the
+// trend reads it).
 #include "publishing/publisher.h"
 
 #include <gtest/gtest.h>
@@ -8,18 +9,16 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <set>
-#include <sstream>
 #include <thread>
 
 #include "cli/record_command.h"
-#include "platform/code_page.h"
 #include "platform/little_endian.h"
 #include "support/mosquitto_broker.h"
 #include "support/program_folder.h"
 #include "support/scoped_environment.h"
+#include "trend/log_table.h"
 
 namespace tavelin {
 namespace {
@@ -210,28 +209,6 @@ TEST(Publisher, ASpoolTheDiskRefusesIsSaidOnceAndLosesNothing) {
   EXPECT_EXIT(std::exit(RunOnARefusingDisk()), testing::ExitedWithCode(0), "");
 }
 
-// The log's data rows: the fields of each line after the header's time line.
-std::vector<std::vector<double>> CsvRows(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  const std::string text = FromCodePage(std::string(std::istreambuf_iterator<char>(in), {}));
-  std::vector<std::vector<double>> rows;
-  bool data = false;
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) {
-    if (!data) {
-      data = line.rfind("時間[ms]", 0) == 0;
-      continue;
-    }
-    std::vector<double> fields;
-    std::istringstream cells(line);
-    for (std::string cell; std::getline(cells, cell, ',');) {
-      if (cell.find_first_not_of(" \r") != std::string::npos) fields.push_back(std::stod(cell));
-    }
-    if (!fields.empty()) rows.push_back(fields);
-  }
-  return rows;
-}
-
 // A published row as the log lays it out: its time, then every value or bit.
 std::vector<double> Flattened(const json& row) {
   std::vector<double> fields{row["elapsed_ms"].get<double>()};
@@ -277,19 +254,21 @@ TEST(Publisher, RecordPublishesTheRowsOfItsLogOneByOne) {
     ASSERT_EQ(status, 0) << said;
     ASSERT_TRUE(subscriber.WaitFor(RunEnded, std::chrono::seconds(10)));
 
-    const auto logged = CsvRows(fs::directory_iterator(logs.Path())->path());
+    const LogTable logged = ReadLogFile(fs::directory_iterator(logs.Path())->path().string());
     const auto published = subscriber.Rows();
-    ASSERT_GT(logged.size(), 20u);
-    ASSERT_EQ(published.size(), logged.size());
-    for (std::size_t r = 0; r < logged.size(); ++r) {
+    ASSERT_EQ(logged.problem, "");
+    ASSERT_GT(logged.times.size(), 20u);
+    ASSERT_EQ(published.size(), logged.times.size());
+    for (std::size_t r = 0; r < published.size(); ++r) {
       const json row = json::parse(published[r]);
       ASSERT_EQ(row["seq"], r + 1);
       ASSERT_EQ(row["mode"], mode);
       const std::vector<double> fields = Flattened(row);
-      ASSERT_EQ(fields.size(), logged[r].size()) << "row " << r;
-      for (std::size_t f = 0; f < fields.size(); ++f) {
-        ASSERT_NEAR(fields[f], logged[r][f], 1e-9 * std::max(1.0, std::abs(fields[f])))
-            << "row " << r << " field " << f;
+      ASSERT_EQ(fields.size(), 1 + logged.columns.size()) << "row " << r;
+      ASSERT_NEAR(fields[0], logged.times[r], 1e-9 * std::max(1.0, fields[0])) << "row " << r;
+      for (std::size_t c = 0; c < logged.columns.size(); ++c) {
+        ASSERT_EQ(static_cast<float>(fields[1 + c]), logged.columns[c][r])
+            << "row " << r << " " << c;
       }
     }
     subscriber.Clear();

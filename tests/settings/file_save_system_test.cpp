@@ -239,12 +239,6 @@ TEST_F(SettingsFiles, MissingFilesAndFoldersAndTooLongTextsAreNumbersNotCrashes)
   EXPECT_EQ(Write_Config(device, Folder()), kWriteFailed);
 }
 
-}  // namespace
-}  // namespace tavelin
-
-namespace tavelin {
-namespace {
-
 // A huge file costs no more than its largest record: a 1 GiB ch_set.dat
 // (a record and a sparse tail) reads well with 512 MB of address space.
 [[noreturn]] void ReadWithLittleMemory(const std::string& folder) {

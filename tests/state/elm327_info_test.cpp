@@ -29,20 +29,5 @@ TEST(ELM327_Info, IndexOutsideATableThrowsAndTouchesNothing) {
   EXPECT_NO_THROW(device.bit_comment(128) = "spare");
 }
 
-TEST(ELM327_Info, FillsIncludeTheirUpperBound) {
-  ELM327_Info device;
-  ELM327_Info::Arayy_ALL_Clear_long(2, 7, device.usbio_Conversion);
-  EXPECT_EQ(device.usbio_Conversion(2), 7);
-  EXPECT_EQ(device.usbio_Conversion(3), 0);
-  ELM327_Info::Arayy_ALL_Clear_ch_Comment(1, device.usbio_comment);
-  EXPECT_EQ(device.usbio_comment(1), "1Ch");
-  ELM327_Info::Arayy_ALL_Clear_long(-1, 9, device.usbio_Conversion);
-  EXPECT_EQ(device.usbio_Conversion(0), 7);
-  // A bound past the table fills what there is and then fails loudly.
-  EXPECT_THROW(ELM327_Info::Arayy_ALL_Clear_long(17, 4, device.usbio_Conversion),
-               std::out_of_range);
-  EXPECT_EQ(device.usbio_Conversion(16), 4);
-}
-
 }  // namespace
 }  // namespace tavelin
