@@ -17,6 +17,7 @@ namespace tavelin {
 namespace {
 
 using test::BuiltLibraries;
+using test::Described;
 
 // Passes until `done`, as a run makes them, for at most `seconds`.
 bool ReadUntil(const std::function<void()>& pass, const std::function<bool()>& done,
@@ -27,12 +28,6 @@ bool ReadUntil(const std::function<void()>& pass, const std::function<bool()>& d
     if (done()) return true;
   }
   return false;
-}
-
-std::string Described(int32_t channel) {
-  char text[64];
-  const int32_t length = BuiltLibraries().usbIo.api.describe_USBIO(channel, text, sizeof text);
-  return length > 0 ? std::string(text) : std::string();
 }
 
 class HidLibrary : public ::testing::Test {

@@ -73,13 +73,9 @@ class MappedDevices : public ::testing::Test {
     }
     return false;
   }
-  std::string State(int channel, bool probe = false) {
-    char text[256];
-    const auto& api = BuiltLibraries();
-    const int32_t length = probe ? api.usbProbe.api.describe_USBProbe(channel, text, sizeof text)
-                                 : api.usbIo.api.describe_USBIO(channel, text, sizeof text);
-    if (length <= 0) return "";
-    const std::string described = text;
+  // A mapped device's state: the last field of its description.
+  static std::string State(int channel, bool probe = false) {
+    const std::string described = test::Described(channel, probe);
     return described.substr(described.rfind('\t') + 1);
   }
 };
@@ -224,11 +220,8 @@ TEST_F(MappedDevices, TheMapGoesFirstWhereAUsbDeviceClaimsItsChannel) {
                       "on it is left out"),
             std::string::npos)
       << said;
-  char text[128];
-  BuiltLibraries().usbIo.api.describe_USBIO(4, text, sizeof text);
-  EXPECT_STREQ(text, ("modbus-tcp\t" + server.Place() + " unit 1 coils 0\tok").c_str());
-  BuiltLibraries().usbIo.api.describe_USBIO(6, text, sizeof text);
-  EXPECT_STREQ(text, "fake hid\t/fake/other");
+  EXPECT_EQ(test::Described(4), "modbus-tcp\t" + server.Place() + " unit 1 coils 0\tok");
+  EXPECT_EQ(test::Described(6), "fake hid\t/fake/other");
 }
 
 }  // namespace

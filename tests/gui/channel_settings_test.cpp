@@ -27,7 +27,7 @@ class ChannelSettingsTest : public QObject {
 
   // The program booted in `mode` on `bench`, with Ch設定 opened.
   static std::unique_ptr<Opened> Open(int32_t mode, const std::optional<std::string>& bench = {},
-                                      const std::function<void(ELM327_Info&)>& change = {}) {
+                                      const DeviceChange& change = {}) {
     return OpenFromMenu<Opened>(mode, &ViewFrame::menu_opt_function1, bench, change);
   }
 

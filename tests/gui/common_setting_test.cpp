@@ -37,8 +37,7 @@ class CommonSettingTest : public QObject {
   struct Opened : Started {
     FormCommonSetting* dialog = nullptr;
   };
-  static std::unique_ptr<Opened> Open(int32_t mode,
-                                      const std::function<void(ELM327_Info&)>& change = {}) {
+  static std::unique_ptr<Opened> Open(int32_t mode, const DeviceChange& change = {}) {
     auto o = OpenFromMenu<Opened>(mode, &ViewFrame::menu_common_setting, {}, change);
     o->dialog = o->Form().TheFormCommonSetting();
     return o;

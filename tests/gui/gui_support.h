@@ -43,15 +43,24 @@ class RecordingBoxes final : public MessageBoxes {
   bool answer = true;
 };
 
-// Settings as a user left them: consent given, the view of `mode`.
-inline void SaveSettings(const ProgramFolder& folder, int32_t mode,
-                         const std::function<void(ELM327_Info&)>& change = {}) {
+using DeviceChange = std::function<void(ELM327_Info&)>;
+using ProbeChange = std::function<void(KVR_USB_Probe&)>;
+
+// Settings as a user left them: consent given, the view of `mode`, and the
+// probes' settings when `probeChange` sets them.
+inline void SaveSettings(const ProgramFolder& folder, int32_t mode, const DeviceChange& change = {},
+                         const ProbeChange& probeChange = {}) {
   ELM327_Info device;
   device.t_TERMS_OF_USE = 1;
   device.t_ViewCh = mode;
   if (change) change(device);
   FileSaveSystem::Write_Config(device, folder.Path());
   FileSaveSystem::Write_ChSet(device, folder.Path());
+  if (probeChange) {
+    KVR_USB_Probe probe;
+    probeChange(probe);
+    FileSaveSystem::Write_AnSet(probe, folder.Path());
+  }
 }
 
 struct Booted {
@@ -88,7 +97,7 @@ inline std::unique_ptr<Booted> Boot(const ProgramFolder& folder,
 }
 
 // The program booted on view `mode` over the simulated `bench` (or with no
-// simulation at all), its settings as `change` leaves them.
+// simulation at all), its settings as `change` and `probeChange` leave them.
 struct Started {
   ProgramFolder folder;
   std::unique_ptr<Simulation> simulation;
@@ -101,9 +110,9 @@ struct Started {
 
 template <typename S = Started>
 std::unique_ptr<S> Start(int32_t mode, const std::optional<std::string>& bench = {},
-                         const std::function<void(ELM327_Info&)>& change = {}) {
+                         const DeviceChange& change = {}, const ProbeChange& probeChange = {}) {
   auto s = std::make_unique<S>();
-  SaveSettings(s->folder, mode, change);
+  SaveSettings(s->folder, mode, change, probeChange);
   if (bench) s->simulation = std::make_unique<Simulation>(*bench);
   s->booted = Boot(s->folder);
   s->view = s->booted->form1->ShownView();
@@ -114,7 +123,7 @@ std::unique_ptr<S> Start(int32_t mode, const std::optional<std::string>& bench =
 template <typename Opened = Started>
 std::unique_ptr<Opened> OpenFromMenu(int32_t mode, QAction* ViewFrame::*entry,
                                      const std::optional<std::string>& bench = {},
-                                     const std::function<void(ELM327_Info&)>& change = {}) {
+                                     const DeviceChange& change = {}) {
   auto o = Start<Opened>(mode, bench, change);
   (o->view->*entry)->trigger();
   return o;

@@ -34,17 +34,17 @@ class ViewsTest : public QObject {
     const QString tail = QStringLiteral("…の終わり");
     const std::string text = "最初の言葉から始まる長いコメントが箱の幅を超えて続き、" + S(tail);
     for (int mode : {1, 3, 4}) {
-      ProgramFolder folder;
-      SaveSettings(folder, mode, [&](ELM327_Info& device) {
-        device.usbio_comment(0) = text;
-        device.t_LogComment = text;
-      });
-      KVR_USB_Probe probe;
-      probe.AN_ch_comment(0) = text;
-      probe.AN_pin_comment(0) = text;
-      FileSaveSystem::Write_AnSet(probe, folder.Path());
-      const auto booted = Boot(folder);
-      ViewFrame& view = *booted->form1->ShownView();
+      const auto s = Start(
+          mode, {},
+          [&](ELM327_Info& device) {
+            device.usbio_comment(0) = text;
+            device.t_LogComment = text;
+          },
+          [&](KVR_USB_Probe& probe) {
+            probe.AN_ch_comment(0) = text;
+            probe.AN_pin_comment(0) = text;
+          });
+      ViewFrame& view = *s->view;
       std::vector<QLineEdit*> boxes = {view.TB_LogComment};
       if (mode == 1) boxes.push_back(static_cast<FormView_LED1&>(view).TB_View_Txt[0]);
       if (mode == 3) boxes.push_back(static_cast<FormView_Value1&>(view).TB_View_Txt[0]);
@@ -95,16 +95,12 @@ class ViewsTest : public QObject {
   }
 
   void theAnalogValueViewShowsItsProbes() {
-    ProgramFolder folder;
-    SaveSettings(folder, 4);
-    KVR_USB_Probe probe;
-    probe.AN_pin_analysis(1) = 1;
-    probe.AN_pin_multiply(1) = 0.5;
-    probe.AN_ch_comment(0) = "温度計";
-    FileSaveSystem::Write_AnSet(probe, folder.Path());
-    Simulation simulation("probe 0 constant 10 20 30 40 50 60\n");
-    const auto booted = Boot(folder);
-    auto& view = static_cast<FormView_Value2&>(*booted->form1->ShownView());
+    const auto s = Start(4, "probe 0 constant 10 20 30 40 50 60\n", {}, [](KVR_USB_Probe& probe) {
+      probe.AN_pin_analysis(1) = 1;
+      probe.AN_pin_multiply(1) = 0.5;
+      probe.AN_ch_comment(0) = "温度計";
+    });
+    auto& view = static_cast<FormView_Value2&>(*s->view);
     QCOMPARE(view.TB_View_Device[0]->text(), QStringLiteral("温度計"));
     QCOMPARE(view.TB_View_Txt[7]->text(), QStringLiteral("2入力"));
     QVERIFY(view.Pic_BitLED_.empty());

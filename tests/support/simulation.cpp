@@ -47,4 +47,13 @@ DeviceLibraries& BuiltLibraries() {
   return libraries;
 }
 
+std::string Described(int32_t channel, bool probe) {
+  char text[256];
+  const DeviceLibraries& libraries = BuiltLibraries();
+  const int32_t length = probe
+                             ? libraries.usbProbe.api.describe_USBProbe(channel, text, sizeof text)
+                             : libraries.usbIo.api.describe_USBIO(channel, text, sizeof text);
+  return length > 0 ? std::string(text) : std::string();
+}
+
 }  // namespace tavelin::test

@@ -43,4 +43,8 @@ class Simulation {
 // The device libraries of the build, opened once.
 DeviceLibraries& BuiltLibraries();
 
+// What the built library says of the device on `channel`: its backend and
+// place, and a mapped device's state; empty for none.
+std::string Described(int32_t channel, bool probe = false);
+
 }  // namespace tavelin::test
