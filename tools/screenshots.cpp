@@ -1,5 +1,7 @@
-// Pictures of the four views during a run on the demo bench, for docs/:
-// tavelin_screenshots OUTPUT_FOLDER (run it under a real X server).
+// Pictures of the four views during a run on the demo bench, and of the
+// dialogs, for docs/:
+//   tavelin_screenshots DEMO_SIMULATION OUTPUT_FOLDER
+// (under a real X server: scripts/screenshots runs it in Xvfb).
 #include <QApplication>
 #include <QTimer>
 #include <iostream>
