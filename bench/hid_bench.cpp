@@ -4,7 +4,6 @@
 // reads a fresh one of every module itself, as a run on devices that report
 // every millisecond does. What a whole run costs is bench/hid_cpu.py's.
 #include <benchmark/benchmark.h>
-#include <dlfcn.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -18,6 +17,7 @@
 #include "devices/USB_IO_IF.h"
 #include "devices/device_libraries.h"
 #include "state/ELM327_Info.h"
+#include "support/fake_hid.h"
 
 namespace tavelin {
 namespace {
@@ -28,44 +28,22 @@ constexpr const char* kFakeHid = TAVELIN_FAKE_HID;
 constexpr const char* kFakeHid = nullptr;
 #endif
 
-// The fake port's controls; the device libraries open the same library.
-struct FakeControls {
-  void (*plug)(const char*, unsigned short, unsigned short, const unsigned char*, size_t);
-  int (*send)(const char*, const unsigned char*, size_t);
-  void (*reset)();
-};
-
-bool LoadFakes(FakeControls& controls) {
-  if (kFakeHid == nullptr) return false;
-  setenv("KVR_HID_PORT", kFakeHid, 1);
-  unsetenv("KVR_SIMULATION");
-  void* library = dlopen(kFakeHid, RTLD_NOW);
-  if (library == nullptr) return false;
-  controls.plug = reinterpret_cast<decltype(controls.plug)>(dlsym(library, "fake_hid_plug"));
-  controls.send = reinterpret_cast<decltype(controls.send)>(dlsym(library, "fake_hid_send"));
-  controls.reset = reinterpret_cast<decltype(controls.reset)>(dlsym(library, "fake_hid_reset"));
-  return controls.plug != nullptr && controls.send != nullptr && controls.reset != nullptr;
-}
-
 std::string PathOf(int channel) {
   return "/fake/hidraw" + std::to_string(channel);
 }
 
-// Sixteen prepared modules of either kind: fake HID devices, or a
-// simulation file of the same modules. Null when the fakes are not built.
-std::unique_ptr<FakeControls> PlugSixteen(bool hid, const std::filesystem::path& simulation) {
-  auto fakes = std::make_unique<FakeControls>();
+// Sixteen prepared modules of either kind: fake HID devices (then returned),
+// or a simulation file of the same modules.
+std::unique_ptr<test::FakeHid> PlugSixteen(bool hid, const std::filesystem::path& simulation) {
   if (!hid) {
     std::ofstream file(simulation);
     for (int c = 0; c < 16; ++c) file << "usbio " << c << " prepared counter " << 7 + c << "\n";
     setenv("KVR_SIMULATION", simulation.c_str(), 1);
-    return fakes;
+    return nullptr;
   }
-  if (!LoadFakes(*fakes)) return nullptr;
-  for (int c = 0; c < 16; ++c) {
-    const unsigned char identity[] = {2, 1, static_cast<unsigned char>(c), 184};
-    fakes->plug(PathOf(c).c_str(), 0xFF54, 1, identity, sizeof identity);
-  }
+  setenv("KVR_HID_PORT", kFakeHid, 1);
+  auto fakes = std::make_unique<test::FakeHid>();
+  for (int c = 0; c < 16; ++c) fakes->Module(PathOf(c), c);
   return fakes;
 }
 
@@ -75,11 +53,11 @@ std::unique_ptr<FakeControls> PlugSixteen(bool hid, const std::filesystem::path&
 void PassAfterWait(benchmark::State& state, bool hid) {
   const auto simulation =
       std::filesystem::temp_directory_path() / ("tavelin-bench-hid-" + std::to_string(getpid()));
-  const auto fakes = PlugSixteen(hid, simulation);
-  if (fakes == nullptr) {
+  if (hid && kFakeHid == nullptr) {
     state.SkipWithError("the fake HID devices are built with the tests");
     return;
   }
+  const auto fakes = PlugSixteen(hid, simulation);
   const DeviceLibraries libraries{LoadKvr100(TAVELIN_BIN_DIR), LoadKvrUsbIo(TAVELIN_BIN_DIR),
                                   LoadKvrUsbProbe(TAVELIN_BIN_DIR)};
   ELM327_Info device;
@@ -91,11 +69,11 @@ void PassAfterWait(benchmark::State& state, bool hid) {
   usbIo.Data_ALL_Set(device);
   if (usbIo.FindDevice != 16) state.SkipWithError("no 16 modules found");
   const auto clock = libraries.kvr100.api.kv_timeGetTime;
-  unsigned char report[2] = {1, 0};
+  uint8_t count = 0;
   // Timed by hand: pausing the benchmark's own timers costs more than a pass.
   for (auto _ : state) {
-    ++report[1];
-    for (int c = 0; c < 16 && hid; ++c) fakes->send(PathOf(c).c_str(), report, sizeof report);
+    ++count;
+    for (int c = 0; c < 16 && hid; ++c) fakes->Bits(PathOf(c), count);
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
     const auto start = std::chrono::steady_clock::now();
     benchmark::DoNotOptimize(clock());
@@ -106,9 +84,7 @@ void PassAfterWait(benchmark::State& state, bool hid) {
   }
   benchmark::DoNotOptimize(usbIo.USBIO_Value(15));
   usbIo.closeAllDevice();
-  if (hid) {
-    fakes->reset();
-  } else {
+  if (!hid) {
     unsetenv("KVR_SIMULATION");
     std::filesystem::remove(simulation);
   }

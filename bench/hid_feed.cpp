@@ -1,20 +1,20 @@
 // The USB hardware of bench/hid_cpu.py, preloaded into the program it
 // measures: KVR_HID_FEED="MODULES MS" plugs that many prepared modules into
-// the tests' fake HID port (channels from 0, paths /fake/hidrawN) and sends
-// each an input report every MS from a thread of its own, "fake-hid-feed",
-// which the benchmark leaves out of its count.
+// the fake HID port that KVR_HID_PORT names (channels from 0, paths
+// /fake/hidrawN) and sends each an input report every MS from a thread of
+// its own, "fake-hid-feed", which the benchmark leaves out of its count.
 #include <pthread.h>
 
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "common/hid_protocol.h"
-#include "fakes/fake_hid_control.h"
+#include "support/fake_hid.h"
 
 namespace {
 
@@ -22,14 +22,12 @@ class Feeder {
  public:
   Feeder() {
     const char* setting = std::getenv("KVR_HID_FEED");
-    if (setting == nullptr || std::sscanf(setting, "%d %d", &modules_, &everyMs_) != 2) return;
-    for (int channel = 0; channel < modules_; ++channel) {
+    int modules = 0;
+    if (setting == nullptr || std::sscanf(setting, "%d %d", &modules, &everyMs_) != 2) return;
+    hid_ = std::make_unique<tavelin::test::FakeHid>();
+    for (int channel = 0; channel < modules; ++channel) {
       paths_.push_back("/fake/hidraw" + std::to_string(channel));
-      const unsigned char identity[] = {kvr::hid::kIdentityReport, kvr::hid::kProtocolVersion,
-                                        static_cast<unsigned char>(channel),
-                                        kvr::hid::kPreparedMarker};
-      fake_hid_plug(paths_.back().c_str(), kvr::hid::kUsagePage, kvr::hid::kModuleUsage, identity,
-                    sizeof identity);
+      hid_->Module(paths_.back(), channel);
     }
     thread_ = std::thread([this] { Feed(); });
   }
@@ -42,13 +40,12 @@ class Feeder {
   void Feed() {
     pthread_setname_np(pthread_self(), "fake-hid-feed");
     for (unsigned count = 0; !stop_; ++count) {
-      const unsigned char report[] = {kvr::hid::kInputReport, static_cast<unsigned char>(count)};
-      for (const std::string& path : paths_) fake_hid_send(path.c_str(), report, sizeof report);
+      for (const std::string& path : paths_) hid_->Bits(path, static_cast<uint8_t>(count));
       std::this_thread::sleep_for(std::chrono::milliseconds(everyMs_));
     }
   }
 
-  int modules_ = 0;
+  std::unique_ptr<tavelin::test::FakeHid> hid_;
   std::vector<std::string> paths_;
   int everyMs_ = 1;
   std::atomic<bool> stop_{false};

@@ -1,7 +1,7 @@
 #pragma once
 // The controls of the fake HID devices (fake_hid_port.cpp): the test side of
 // the port that KVR_HID_PORT names. A test opens the same library and
-// reaches these with dlsym; the HID benchmark's feeder links it.
+// reaches these with dlsym.
 #include <cstddef>
 
 extern "C" {
